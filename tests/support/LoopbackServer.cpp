@@ -1,0 +1,197 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "tests/support/LoopbackServer.h"
+
+#include <QTcpSocket>
+#include <QTest>
+#include <QTimer>
+
+LoopbackServer::LoopbackServer()
+{
+    connect(&server, &QTcpServer::newConnection, this, &LoopbackServer::accept);
+    listen(0);
+}
+
+LoopbackServer::~LoopbackServer()
+{
+    stop();
+}
+
+quint16 LoopbackServer::clientPort()
+{
+    return static_cast<quint16>(QUrl(QString::fromLatin1(QUELMAR_API_URL)).port());
+}
+
+bool LoopbackServer::listenForClient()
+{
+    return listen(clientPort());
+}
+
+bool LoopbackServer::listen(quint16 port)
+{
+    server.close();
+    if (!server.listen(QHostAddress::LocalHost, port)) {
+        const QByteArray text =
+            "Port " + QByteArray::number(port) +
+            " of the loopback address is held by another program: " + server.errorString().toLocal8Bit();
+        QTest::qFail(text.constData(), __FILE__, __LINE__);
+        return false;
+    }
+    return true;
+}
+
+void LoopbackServer::stop()
+{
+    server.close();
+    const QList<QTcpSocket*> sockets = buffers.keys();
+    for (QTcpSocket* socket : sockets) {
+        socket->disconnect(this);
+        socket->abort();
+        socket->deleteLater();
+    }
+    buffers.clear();
+    stalled.clear();
+}
+
+QUrl LoopbackServer::url(const QString& path) const
+{
+    return QUrl(QStringLiteral("http://127.0.0.1:%1%2").arg(server.serverPort()).arg(path));
+}
+
+void LoopbackServer::expect(const QByteArray& method, const QByteArray& target, const Answer& answer)
+{
+    expectations.append({method, target, answer});
+}
+
+void LoopbackServer::expect(const QByteArray& method, const QByteArray& target, const QByteArray& body, int status)
+{
+    Answer answer;
+    answer.status = status;
+    answer.body = body;
+    expect(method, target, answer);
+}
+
+void LoopbackServer::setFallback(const Answer& answer)
+{
+    hasFallback = true;
+    fallback = answer;
+}
+
+void LoopbackServer::release()
+{
+    const QList<Stalled> all = stalled;
+    stalled.clear();
+    for (const Stalled& one : all) {
+        if (one.socket != nullptr) {
+            one.socket->write(one.rest);
+        }
+    }
+}
+
+void LoopbackServer::accept()
+{
+    while (QTcpSocket* const socket = server.nextPendingConnection()) {
+        buffers.insert(socket, {});
+        connect(socket, &QTcpSocket::readyRead, this, [this, socket] { read(socket); });
+        connect(socket, &QTcpSocket::disconnected, this, [this, socket] {
+            buffers.remove(socket);
+            socket->deleteLater();
+        });
+    }
+}
+
+void LoopbackServer::read(QTcpSocket* socket)
+{
+    QByteArray& buffer = buffers[socket];
+    buffer += socket->readAll();
+    const int headEnd = buffer.indexOf("\r\n\r\n");
+    if (headEnd < 0) {
+        return;
+    }
+
+    Request request;
+    const QList<QByteArray> lines = buffer.left(headEnd).split('\n');
+    const QList<QByteArray> start = lines.first().trimmed().split(' ');
+    request.method = start.value(0);
+    request.target = start.value(1);
+    for (int i = 1; i < lines.size(); ++i) {
+        const int colon = lines.at(i).indexOf(':');
+        request.headers.insert(lines.at(i).left(colon).trimmed().toLower(), lines.at(i).mid(colon + 1).trimmed());
+    }
+    const int length = request.headers.value("content-length").toInt();
+    if (buffer.size() < headEnd + 4 + length) {
+        return;
+    }
+    request.body = buffer.mid(headEnd + 4, length);
+    buffer.remove(0, headEnd + 4 + length);
+    serve(socket, request);
+}
+
+void LoopbackServer::serve(QTcpSocket* socket, const Request& request)
+{
+    received.append(request);
+    emit requested();
+
+    Answer chosen;
+    bool found = false;
+    for (int i = 0; i < expectations.size() && !found; ++i) {
+        if (expectations.at(i).method == request.method && expectations.at(i).target == request.target) {
+            chosen = expectations.takeAt(i).answer;
+            found = true;
+        }
+    }
+    if (!found && hasFallback) {
+        chosen = fallback;
+        found = true;
+    }
+    if (!found) {
+        const QByteArray text = "Unexpected request: " + request.method + ' ' + request.target;
+        QTest::qFail(text.constData(), __FILE__, __LINE__);
+        chosen.status = 599;
+    }
+    if (chosen.delay == 0) {
+        answer(socket, chosen);
+        return;
+    }
+    const QPointer<QTcpSocket> guard(socket);
+    QTimer::singleShot(chosen.delay, this, [this, guard, chosen] {
+        if (guard != nullptr) {
+            answer(guard, chosen);
+        }
+    });
+}
+
+void LoopbackServer::answer(QTcpSocket* socket, const Answer& answer)
+{
+    QByteArray head = "HTTP/1.1 " + QByteArray::number(answer.status) + " Status\r\n";
+    for (auto header = answer.headers.cbegin(); header != answer.headers.cend(); ++header) {
+        head += header.key() + ": " + header.value() + "\r\n";
+    }
+    if (answer.status != 204) {
+        head += "Content-Length: " + QByteArray::number(answer.body.size()) + "\r\n";
+    }
+    head += "\r\n";
+    const int half = qMax(1, answer.body.size() / 2);
+
+    switch (answer.kind) {
+    case Answer::Reply:
+        socket->write(head + answer.body);
+        break;
+    case Answer::Reset:
+        socket->abort();
+        break;
+    case Answer::ResetInBody:
+        socket->write(head + answer.body.left(half));
+        socket->flush();
+        socket->abort();
+        break;
+    case Answer::Stall:
+        stalled.append({socket, head + answer.body});
+        break;
+    case Answer::StallInBody:
+        socket->write(head + answer.body.left(half));
+        stalled.append({socket, answer.body.mid(half)});
+        break;
+    }
+}
+
+#include "moc_LoopbackServer.cpp"

@@ -1,0 +1,108 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <QByteArray>
+#include <QList>
+#include <QMap>
+#include <QObject>
+#include <QPointer>
+#include <QTcpServer>
+#include <QUrl>
+
+class QTcpSocket;
+
+/// A scripted HTTP server on a loopback socket, in the test's own thread. Each request must have been expected, in
+/// any order among different targets and in the order of expect() for equal ones; a request that was not expected
+/// fails the running test.
+class LoopbackServer : public QObject
+{
+    Q_OBJECT
+
+signals:
+    void requested();
+
+public:
+    /// A request as it arrived. Header names are in lower case.
+    struct Request
+    {
+        QByteArray method;
+        /// Path and query as they stood on the wire.
+        QByteArray target;
+        QMap<QByteArray, QByteArray> headers;
+        QByteArray body;
+    };
+
+    struct Answer
+    {
+        enum Kind
+        {
+            Reply,       ///< the whole reply
+            Reset,       ///< the connection is dropped without a reply
+            ResetInBody, ///< the head and half of the body, then the connection is dropped
+            Stall,       ///< nothing, for as long as the server lives
+            StallInBody, ///< the head and half of the body (one byte at least), then nothing
+        };
+        Kind kind = Reply;
+        int status = 200;
+        QByteArray body;
+        QMap<QByteArray, QByteArray> headers;
+        /// Milliseconds before the answer begins.
+        int delay = 0;
+    };
+
+    /// Listens on any free loopback port.
+    LoopbackServer();
+    ~LoopbackServer() override;
+
+    /// Listens on the address that the client was built for. Tests that use it carry API_PORT in their CMake entry.
+    /// If another program holds the port, the running test fails and says so.
+    bool listenForClient();
+    static quint16 clientPort();
+
+    /// Stops listening and drops every connection: from now on connections are refused.
+    void stop();
+
+    QUrl url(const QString& path) const;
+
+    void expect(const QByteArray& method, const QByteArray& target, const Answer& answer);
+    /// A reply with this body.
+    void expect(const QByteArray& method, const QByteArray& target, const QByteArray& body, int status = 200);
+    /// Serves this answer to every request that no other expectation takes.
+    void setFallback(const Answer& answer);
+
+    /// Sends the rest of all stalled answers' bodies.
+    void release();
+
+    const QList<Request>& requests() const { return received; }
+    const Request& last() const { return received.last(); }
+    void clear() { received.clear(); }
+    /// How many expected requests have not come yet.
+    int pending() const { return expectations.size(); }
+
+private:
+    struct Expectation
+    {
+        QByteArray method;
+        QByteArray target;
+        Answer answer;
+    };
+    struct Stalled
+    {
+        QPointer<QTcpSocket> socket;
+        QByteArray rest;
+    };
+
+    bool listen(quint16 port);
+    void accept();
+    void read(QTcpSocket* socket);
+    void serve(QTcpSocket* socket, const Request& request);
+    void answer(QTcpSocket* socket, const Answer& answer);
+
+    QTcpServer server;
+    QMap<QTcpSocket*, QByteArray> buffers;
+    QList<Expectation> expectations;
+    QList<Request> received;
+    QList<Stalled> stalled;
+    bool hasFallback = false;
+    Answer fallback;
+};
