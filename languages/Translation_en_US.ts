@@ -384,7 +384,7 @@
     <name>QAbstractSpinBox</name>
     <message>
         <source>&amp;Select All</source>
-        <translation>&amp;Select All</translation>
+        <translation>Select &amp;All</translation>
     </message>
     <message>
         <source>&amp;Step up</source>

@@ -388,7 +388,7 @@
     </message>
     <message>
         <source>&amp;Step up</source>
-        <translation>Z&amp;większ</translation>
+        <translation>&amp;Zwiększ</translation>
     </message>
     <message>
         <source>Step &amp;down</source>
@@ -537,7 +537,7 @@
     </message>
     <message>
         <source>Show &amp;hidden files</source>
-        <translation>Pokaż &amp;ukryte pliki</translation>
+        <translation>Pokaż u&amp;kryte pliki</translation>
     </message>
     <message>
         <source>&amp;New Folder</source>

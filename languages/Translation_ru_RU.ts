@@ -167,7 +167,7 @@
     </message>
     <message>
         <source>Text.titleDisconnect</source>
-        <translation>Отвязать прибор</translation>
+        <translation>Отвязка прибора</translation>
     </message>
     <message>
         <source>Text.confirmDisconnect</source>
@@ -675,7 +675,7 @@ Do you want to delete it anyway?</source>
     <name>QGnomeTheme</name>
     <message>
         <source>&amp;OK</source>
-        <translation>&amp;ОК</translation>
+        <translation>О&amp;К</translation>
     </message>
     <message>
         <source>&amp;Save</source>
@@ -998,7 +998,7 @@ Do you want to delete it anyway?</source>
     </message>
     <message>
         <source>Copy &amp;Link Location</source>
-        <translation>Копировать &amp;адрес ссылки</translation>
+        <translation>Копировать адрес &amp;ссылки</translation>
     </message>
     <message>
         <source>Delete</source>
