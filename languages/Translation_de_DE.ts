@@ -48,7 +48,7 @@
     </message>
     <message>
         <source>Dialog.signalRecord</source>
-        <translation>Prüfen Sie, ob der Sensor angeschlossen ist, und starten Sie die Aufnahme.</translation>
+        <translation>Schließen Sie den Sensor an und starten Sie die Aufnahme.</translation>
     </message>
     <message>
         <source>Text.autospectrum</source>
@@ -365,7 +365,7 @@
     </message>
     <message>
         <source>Text.gender</source>
-        <translation>Geschlecht</translation>
+        <translation>Geschl.</translation>
     </message>
     <message>
         <source>Text.lastRecordDate</source>

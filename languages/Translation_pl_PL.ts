@@ -205,11 +205,11 @@
     </message>
     <message>
         <source>Text.day</source>
-        <translation>Dzień</translation>
+        <translation>DD</translation>
     </message>
     <message>
         <source>Text.year</source>
-        <translation>Rok</translation>
+        <translation>RRRR</translation>
     </message>
     <message>
         <source>Text.male</source>

@@ -205,11 +205,11 @@
     </message>
     <message>
         <source>Text.day</source>
-        <translation>День</translation>
+        <translation>ДД</translation>
     </message>
     <message>
         <source>Text.year</source>
-        <translation>Год</translation>
+        <translation>ГГГГ</translation>
     </message>
     <message>
         <source>Text.male</source>
