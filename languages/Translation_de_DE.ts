@@ -365,7 +365,7 @@
     </message>
     <message>
         <source>Text.gender</source>
-        <translation>Geschl.</translation>
+        <translation>m/w</translation>
     </message>
     <message>
         <source>Text.lastRecordDate</source>
