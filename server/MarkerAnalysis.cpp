@@ -1,0 +1,139 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "server/MarkerAnalysis.h"
+
+#include <algorithm>
+#include <cmath>
+#include <numeric>
+
+namespace server {
+
+namespace {
+
+constexpr double fullLevel = 60;       // dB that make a value of 100
+constexpr double lowestNoise = 5;      // Hz
+constexpr double leastNoiseReach = 10; // Hz
+
+double roundingNoise()
+{
+    const double step = 1.0 / SignalFormat::fullScale;
+    return 6.0 * (step * step / 12.0) / Spectrum::sampleCount;
+}
+
+double harmonicNumber(int count)
+{
+    double sum = 0;
+    for (int i = 1; i <= count; ++i) {
+        sum += 1.0 / i;
+    }
+    return sum;
+}
+
+int firstBin(double frequency)
+{
+    return int(std::ceil(frequency / Spectrum::binWidth));
+}
+
+int lastBin(double frequency)
+{
+    return int(std::floor(frequency / Spectrum::binWidth));
+}
+
+} // namespace
+
+MarkerAnalysis::MarkerAnalysis(const Spectrum& spectrum)
+    : m_powers(spectrum.amplitudes())
+{
+    for (double& power : m_powers) {
+        power *= power;
+    }
+}
+
+std::vector<MarkerAnalysis::Row> MarkerAnalysis::rows(const Catalogue::Storage& storage,
+                                                      const std::vector<MarkerAnalysis>& records)
+{
+    std::vector<std::pair<double, Row>> ranked;
+    ranked.reserve(size_t(storage.markers.size()));
+    for (const Catalogue::Marker& marker : storage.markers) {
+        Row row;
+        row.marker = &marker;
+        for (const MarkerAnalysis& record : records) {
+            row.values.append(record.value(marker));
+        }
+        ranked.emplace_back(records.empty() ? 0.0 : records.front().level(marker), row);
+    }
+    std::stable_sort(ranked.begin(), ranked.end(),
+                     [](const auto& left, const auto& right) { return left.first > right.first; });
+
+    std::vector<Row> rows;
+    rows.reserve(ranked.size());
+    for (auto& entry : ranked) {
+        rows.push_back(std::move(entry.second));
+    }
+    return rows;
+}
+
+double MarkerAnalysis::level(const Catalogue::Marker& marker) const
+{
+    if (m_powers.empty() || marker.frequencies.empty()) {
+        return 0;
+    }
+    double sum = 0;
+    double weights = 0;
+    int position = 0;
+    for (const double frequency : marker.frequencies) {
+        const double decibels = level(frequency, marker.cents);
+        ++position;
+        if (marker.match == Catalogue::Match::All) {
+            sum += decibels / position;
+            weights += 1.0 / position;
+        } else {
+            sum += std::pow(10.0, decibels / 10.0);
+            weights += 1.0;
+        }
+    }
+    return marker.match == Catalogue::Match::All ? sum / weights : 10.0 * std::log10(sum / weights);
+}
+
+int MarkerAnalysis::value(const Catalogue::Marker& marker) const
+{
+    return std::clamp(int(std::lround(100.0 * level(marker) / fullLevel)), 0, 100);
+}
+
+double MarkerAnalysis::level(double frequency, double cents) const
+{
+    const double ratio = std::exp2(cents / 1200.0);
+    const int nearest = int(std::lround(frequency / Spectrum::binWidth));
+    // A local maximum needs a neighbour on either side.
+    const int first = std::max(std::min(firstBin(frequency / ratio), nearest - 1), 1);
+    const int last = std::min(std::max(lastBin(frequency * ratio), nearest + 1), Spectrum::binCount - 2);
+
+    double peak = 0;
+    for (int k = first; k <= last; ++k) {
+        const double before = m_powers[k - 1];
+        const double here = m_powers[k];
+        const double after = m_powers[k + 1];
+        if (here >= before && here >= after && (here > before || here > after)) {
+            peak = std::max(peak, here);
+        }
+    }
+    if (peak <= 0) {
+        return 0;
+    }
+
+    const double low = std::min(frequency / std::sqrt(2.0), frequency - leastNoiseReach);
+    const double high = std::max(frequency * std::sqrt(2.0), frequency + leastNoiseReach);
+    const int noiseFirst = firstBin(std::max(low, lowestNoise));
+    const int noiseLast = std::min(lastBin(high), Spectrum::binCount - 1);
+    const double expected = harmonicNumber(last - first + 1) * noise(noiseFirst, noiseLast);
+    return std::max(0.0, 10.0 * std::log10(peak / expected));
+}
+
+double MarkerAnalysis::noise(int first, int last) const
+{
+    std::vector<double> powers(m_powers.begin() + first, m_powers.begin() + last + 1);
+    const auto middle = powers.begin() + std::ptrdiff_t(powers.size() / 2);
+    std::nth_element(powers.begin(), middle, powers.end());
+    return std::max(*middle / std::log(2.0), roundingNoise());
+}
+
+} // namespace server
