@@ -146,8 +146,13 @@ struct Band
 // search that reaches half-way to the next: together they cover the band without a gap.
 void spread(Catalogue::Marker& marker, double low, double high, int most)
 {
-    const int count = std::clamp(int((high - low) / leastSpacing), 2, most);
-    const double part = std::pow(high / low, 1.0 / count);
+    int count = most;
+    double part = std::pow(high / low, 1.0 / count);
+    // The two lowest lie the closest together.
+    while (count > 2 && low * std::sqrt(part) * (part - 1) < leastSpacing) {
+        --count;
+        part = std::pow(high / low, 1.0 / count);
+    }
     for (int i = 0; i < count; ++i) {
         marker.frequencies.push_back(low * std::pow(part, i + 0.5));
     }
@@ -294,10 +299,6 @@ Catalogue::Storage mainsSets()
 // ---- Vowels
 // ----------------------------------------------------------------------------------------------------------
 
-// A formant is a broad resonance, and the partials of a voice stand a hundred hertz and more apart: to either side a
-// sixth of an octave holds at least one of them for most voices.
-constexpr double formantCents = 200;
-
 struct Vowel
 {
     QString word;
@@ -305,7 +306,9 @@ struct Vowel
     std::vector<double> formants;
 };
 
-Catalogue::Storage vowels(const QString& speakers, const LocalText& title, const QVector<Vowel>& table)
+// A voice puts its partials as far apart as its pitch, wherever its formants lie. Half a pitch to either side of a
+// formant holds the partial that is nearest to it.
+Catalogue::Storage vowels(const QString& speakers, const LocalText& title, double pitch, const QVector<Vowel>& table)
 {
     Catalogue::Storage storage;
     storage.id = QStringLiteral("vowels-") + speakers;
@@ -325,7 +328,8 @@ Catalogue::Storage vowels(const QString& speakers, const LocalText& title, const
                               QStringLiteral("Средние значения первых трёх формант (Peterson, Barney, 1952): %1 Гц.")
                                   .arg(formants.join(QStringLiteral(", ")))};
         marker.frequencies = vowel.formants;
-        marker.cents = formantCents;
+        marker.cents = 0;
+        marker.hertz = pitch / 2;
         marker.match = Catalogue::Match::All;
         storage.markers.append(marker);
     }
@@ -350,6 +354,7 @@ QVector<Vowel> vowelTable(const std::vector<std::vector<double>>& formants)
 Catalogue::Storage vowelsOfMen()
 {
     return vowels(QStringLiteral("men"), {QStringLiteral("Vowels, men"), QStringLiteral("Гласные, мужские голоса")},
+                  132,
                   vowelTable({{270, 2290, 3010},
                               {390, 1990, 2550},
                               {530, 1840, 2480},
@@ -365,6 +370,7 @@ Catalogue::Storage vowelsOfMen()
 Catalogue::Storage vowelsOfWomen()
 {
     return vowels(QStringLiteral("women"), {QStringLiteral("Vowels, women"), QStringLiteral("Гласные, женские голоса")},
+                  223,
                   vowelTable({{310, 2790, 3310},
                               {430, 2480, 3070},
                               {610, 2330, 2990},
@@ -380,7 +386,7 @@ Catalogue::Storage vowelsOfWomen()
 Catalogue::Storage vowelsOfChildren()
 {
     return vowels(QStringLiteral("children"),
-                  {QStringLiteral("Vowels, children"), QStringLiteral("Гласные, детские голоса")},
+                  {QStringLiteral("Vowels, children"), QStringLiteral("Гласные, детские голоса")}, 264,
                   vowelTable({{370, 3200, 3730},
                               {530, 2730, 3600},
                               {690, 2610, 3570},

@@ -33,7 +33,10 @@ public:
         LocalText title;
         LocalText description;
         std::vector<double> frequencies; ///< Hz, at least one, each above 0 and below the Nyquist frequency
-        double cents = 25;               ///< a peak counts for a frequency if it is at most this far from it
+        /// A peak counts for a frequency if it is at most `cents` or at most `hertz` away from it, whichever reaches
+        /// further.
+        double cents = 25;
+        double hertz = 0;
         Match match = Match::Any;
     };
 

@@ -3,7 +3,7 @@
 
 #include <algorithm>
 #include <cmath>
-#include <numeric>
+#include <utility>
 
 namespace server {
 
@@ -26,6 +26,11 @@ double harmonicNumber(int count)
         sum += 1.0 / i;
     }
     return sum;
+}
+
+int valueOf(double decibels)
+{
+    return std::clamp(int(std::lround(100.0 * decibels / fullLevel)), 0, 100);
 }
 
 int firstBin(double frequency)
@@ -56,10 +61,13 @@ std::vector<MarkerAnalysis::Row> MarkerAnalysis::rows(const Catalogue::Storage& 
     for (const Catalogue::Marker& marker : storage.markers) {
         Row row;
         row.marker = &marker;
+        double firstLevel = 0;
         for (const MarkerAnalysis& record : records) {
-            row.values.append(record.value(marker));
+            const double decibels = record.level(marker);
+            firstLevel = row.values.isEmpty() ? decibels : firstLevel;
+            row.values.append(valueOf(decibels));
         }
-        ranked.emplace_back(records.empty() ? 0.0 : records.front().level(marker), row);
+        ranked.emplace_back(firstLevel, row);
     }
     std::stable_sort(ranked.begin(), ranked.end(),
                      [](const auto& left, const auto& right) { return left.first > right.first; });
@@ -77,11 +85,14 @@ double MarkerAnalysis::level(const Catalogue::Marker& marker) const
     if (m_powers.empty() || marker.frequencies.empty()) {
         return 0;
     }
+    const double ratio = std::exp2(marker.cents / 1200.0);
     double sum = 0;
     double weights = 0;
     int position = 0;
     for (const double frequency : marker.frequencies) {
-        const double decibels = level(frequency, marker.cents);
+        const double low = std::min(frequency / ratio, frequency - marker.hertz);
+        const double high = std::max(frequency * ratio, frequency + marker.hertz);
+        const double decibels = level(frequency, low, high);
         ++position;
         if (marker.match == Catalogue::Match::All) {
             sum += decibels / position;
@@ -96,16 +107,15 @@ double MarkerAnalysis::level(const Catalogue::Marker& marker) const
 
 int MarkerAnalysis::value(const Catalogue::Marker& marker) const
 {
-    return std::clamp(int(std::lround(100.0 * level(marker) / fullLevel)), 0, 100);
+    return valueOf(level(marker));
 }
 
-double MarkerAnalysis::level(double frequency, double cents) const
+double MarkerAnalysis::level(double frequency, double low, double high) const
 {
-    const double ratio = std::exp2(cents / 1200.0);
     const int nearest = int(std::lround(frequency / Spectrum::binWidth));
     // A local maximum needs a neighbour on either side.
-    const int first = std::max(std::min(firstBin(frequency / ratio), nearest - 1), 1);
-    const int last = std::min(std::max(lastBin(frequency * ratio), nearest + 1), Spectrum::binCount - 2);
+    const int first = std::max(std::min(firstBin(low), nearest - 1), 1);
+    const int last = std::min(std::max(lastBin(high), nearest + 1), Spectrum::binCount - 2);
 
     double peak = 0;
     for (int k = first; k <= last; ++k) {
@@ -120,10 +130,10 @@ double MarkerAnalysis::level(double frequency, double cents) const
         return 0;
     }
 
-    const double low = std::min(frequency / std::sqrt(2.0), frequency - leastNoiseReach);
-    const double high = std::max(frequency * std::sqrt(2.0), frequency + leastNoiseReach);
-    const int noiseFirst = firstBin(std::max(low, lowestNoise));
-    const int noiseLast = std::min(lastBin(high), Spectrum::binCount - 1);
+    const double below = std::min(frequency / std::sqrt(2.0), frequency - leastNoiseReach);
+    const double above = std::max(frequency * std::sqrt(2.0), frequency + leastNoiseReach);
+    const int noiseFirst = firstBin(std::max(below, lowestNoise));
+    const int noiseLast = std::min(lastBin(above), Spectrum::binCount - 1);
     const double expected = harmonicNumber(last - first + 1) * noise(noiseFirst, noiseLast);
     return std::max(0.0, 10.0 * std::log10(peak / expected));
 }

@@ -14,8 +14,9 @@ namespace server {
 ///
 /// With P[k] the squared amplitude of bin k, the level at one frequency f is found like this.
 ///  - Peak: the greatest P among the local maxima (bins not lower than either neighbour, and above one of them) within
-///    `cents` of f, but at least the nearest bin and the one on each side of it. Only local maxima count, so that the
-///    skirt of a strong neighbouring tone is not taken for a tone. Without one the level is 0 dB.
+///    the reach of the marker (Catalogue::Marker) from f, but at least the nearest bin and the one on each side of it.
+///    Only local maxima count, so that the skirt of a strong neighbouring tone is not taken for a tone. Without one the
+///    level is 0 dB.
 ///  - Noise: the median of P from half an octave below f to half an octave above (at least 10 Hz to each side, and
 ///  never
 ///    below 5 Hz), divided by ln 2, as the median of exponentially distributed powers is ln 2 times their mean. It is
@@ -57,7 +58,7 @@ public:
     int value(const Catalogue::Marker& marker) const;
 
 private:
-    double level(double frequency, double cents) const;
+    double level(double frequency, double low, double high) const;
     double noise(int first, int last) const;
 
     std::vector<double> m_powers;

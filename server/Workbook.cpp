@@ -4,6 +4,7 @@
 #include "server/LocalText.h"
 
 #include <QFile>
+#include <QRegularExpression>
 #include <QTemporaryDir>
 
 #include <xlsxwriter.h>
@@ -13,7 +14,13 @@ namespace server {
 namespace {
 
 constexpr int cellCapacity = 32767; // UTF-16 units
-constexpr int oldestYear = 1900;    // a workbook knows no earlier dates
+
+// The years that a workbook has dates for.
+bool isStorable(const QDate& date)
+{
+    return date.year() >= 1900 && date.year() <= 9999;
+}
+
 constexpr double labelWidth = 22;
 constexpr double dateTimeWidth = 20;
 constexpr double textWidth = 34;
@@ -21,20 +28,34 @@ constexpr double notesWidth = 60;
 
 // XML can carry neither a zero nor the two non-characters, and a surrogate without its other half is no character at
 // all.
+bool isStorable(QChar character)
+{
+    return !character.isNull() && !character.isSurrogate() && character.unicode() < 0xFFFE;
+}
+
 QByteArray cellText(const QString& text)
 {
-    QString clean = text.left(cellCapacity);
-    if (text.size() > cellCapacity && clean.at(cellCapacity - 1).isHighSurrogate()) {
-        clean.chop(1);
-    }
-    for (int i = 0; i < clean.size(); ++i) {
-        const QChar character = clean.at(i);
-        const bool pair = character.isHighSurrogate() && i + 1 < clean.size() && clean.at(i + 1).isLowSurrogate();
-        if (pair) {
-            ++i;
-        } else if (character.isSurrogate() || character.isNull() || character.unicode() >= 0xFFFE) {
-            clean[i] = QChar(QChar::ReplacementCharacter);
+    // What a user typed like this would be read back as the character of that number, unless its "_" is written so.
+    static const QRegularExpression escape(QStringLiteral("_x[0-9A-Fa-f]{4}_"));
+    const QString escapedUnderscore = QStringLiteral("_x005F_");
+
+    QString clean;
+    for (int i = 0; i < text.size(); ++i) {
+        const QChar character = text.at(i);
+        QString piece(character);
+        if (character.isHighSurrogate() && i + 1 < text.size() && text.at(i + 1).isLowSurrogate()) {
+            piece += text.at(++i);
+        } else if (!isStorable(character)) {
+            piece = QChar(QChar::ReplacementCharacter);
+        } else if (character == QLatin1Char('_') &&
+                   escape.match(text, i, QRegularExpression::NormalMatch, QRegularExpression::AnchoredMatchOption)
+                       .hasMatch()) {
+            piece = escapedUnderscore;
         }
+        if (clean.size() + piece.size() > cellCapacity) {
+            break;
+        }
+        clean += piece;
     }
     return clean.toUtf8();
 }
@@ -86,8 +107,8 @@ public:
 
     void writeDate(lxw_row_t row, lxw_col_t column, const QDate& date)
     {
-        if (date.isValid() && date.year() < oldestYear) {
-            writeText(row, column, date.toString(Qt::ISODate));
+        if (date.isValid() && !isStorable(date)) {
+            writeText(row, column, date.toString(QStringLiteral("yyyy-MM-dd")));
         } else if (date.isValid()) {
             write(row, column, QDateTime(date, QTime(0, 0), Qt::UTC), m_date);
         }
@@ -95,7 +116,7 @@ public:
 
     void writeDateTime(lxw_row_t row, lxw_col_t column, const QDateTime& time)
     {
-        if (time.isValid() && time.date().year() < oldestYear) {
+        if (time.isValid() && !isStorable(time.date())) {
             writeText(row, column, time.toString(QStringLiteral("yyyy-MM-dd HH:mm:ss")));
         } else if (time.isValid()) {
             write(row, column, time, m_dateTime);
