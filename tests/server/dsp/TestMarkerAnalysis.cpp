@@ -320,8 +320,8 @@ void TestMarkerAnalysis::bearsAnOffset()
     QCOMPARE(shifted[0].marker->id, QStringLiteral("note-a4"));
     QCOMPARE(shifted[1].marker->id, QStringLiteral("note-a1"));
     QCOMPARE(shifted.size(), plain.size());
-    for (size_t i = 0; i < plain.size(); ++i) {
-        QCOMPARE(valueOf(shifted, plain[i].marker->id.toUtf8().constData()), plain[i].values[0]);
+    for (const MarkerAnalysis::Row& row : plain) {
+        QCOMPARE(valueOf(shifted, row.marker->id.toUtf8().constData()), row.values[0]);
     }
 }
 

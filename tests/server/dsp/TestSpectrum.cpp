@@ -176,6 +176,7 @@ void TestSpectrum::isTheSameOnManyThreads()
     const QByteArray samples = Signals().noise(0.1, 3).tone(1234.5, 0.4).samples();
     std::vector<std::vector<double>> results(8);
     std::vector<std::thread> threads;
+    threads.reserve(results.size());
     for (std::vector<double>& result : results) {
         threads.emplace_back([&result, &samples] {
             for (int i = 0; i < 5; ++i) {

@@ -209,7 +209,5 @@ void TestSynthesis::isDeterministic()
     QVERIFY(Synthesis::block({440}) != Synthesis::block({441}));
 }
 
-Q_DECLARE_METATYPE(std::vector<double>)
-
 QTEST_GUILESS_MAIN(TestSynthesis)
 #include "TestSynthesis.moc"

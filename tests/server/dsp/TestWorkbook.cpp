@@ -337,7 +337,7 @@ void TestWorkbook::keepsStrangeCharacters_data()
 {
     QTest::addColumn<QString>("notes");
     QTest::addColumn<QString>("kept");
-    const QString replacement(QChar(QChar::ReplacementCharacter));
+    const QString replacement = QChar(QChar::ReplacementCharacter);
     QTest::newRow("control") << QStringLiteral("a\x01") + QStringLiteral("b")
                              << QStringLiteral("a\x01") + QStringLiteral("b");
     QTest::newRow("looks like an escape") << QStringLiteral("id_x0041_b") << QStringLiteral("id_x0041_b");
