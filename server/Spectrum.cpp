@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <complex>
 #include <memory>
 #include <mutex>
 #include <numeric>
@@ -87,7 +86,7 @@ Spectrum::Spectrum(const QByteArray& samples)
 
     m_amplitudes.resize(binCount);
     for (int k = 0; k < binCount; ++k) {
-        m_amplitudes[k] = 2.0 * std::hypot(out[k][0], out[k][1]) / transform.windowSum();
+        m_amplitudes[k] = 2.0 * std::sqrt(out[k][0] * out[k][0] + out[k][1] * out[k][1]) / transform.windowSum();
     }
     // These two have no mirror image whose half they would have to take over.
     m_amplitudes.front() /= 2.0;
