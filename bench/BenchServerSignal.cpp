@@ -75,7 +75,7 @@ const Catalogue::Storage& notes()
 void bareTransform(benchmark::State& state)
 {
     BareTransform transform;
-    for (auto _ : state) {
+    while (state.KeepRunning()) {
         transform.run();
     }
 }
@@ -84,7 +84,7 @@ BENCHMARK(bareTransform)->Unit(benchmark::kMillisecond);
 void spectrum(benchmark::State& state)
 {
     const QByteArray samples = record();
-    for (auto _ : state) {
+    while (state.KeepRunning()) {
         benchmark::DoNotOptimize(Spectrum(samples).amplitudes().data());
     }
 }
@@ -93,7 +93,7 @@ BENCHMARK(spectrum)->Unit(benchmark::kMillisecond);
 void spectrumAndNotes(benchmark::State& state)
 {
     const QByteArray samples = record();
-    for (auto _ : state) {
+    while (state.KeepRunning()) {
         benchmark::DoNotOptimize(MarkerAnalysis::rows(notes(), {MarkerAnalysis(Spectrum(samples))}).data());
     }
 }
@@ -107,7 +107,7 @@ void spectrumAndNotesPerBareTransform(benchmark::State& state)
     BareTransform transform;
     Clock::duration bare = {};
     Clock::duration whole = {};
-    for (auto _ : state) {
+    while (state.KeepRunning()) {
         const Clock::time_point start = Clock::now();
         transform.run();
         const Clock::time_point between = Clock::now();
@@ -122,7 +122,7 @@ BENCHMARK(spectrumAndNotesPerBareTransform)->Unit(benchmark::kMillisecond);
 void block(benchmark::State& state)
 {
     const std::vector<double>& frequencies = Catalogue::instance().marker(QStringLiteral("overtones-a4"))->frequencies;
-    for (auto _ : state) {
+    while (state.KeepRunning()) {
         benchmark::DoNotOptimize(server::Synthesis::block(frequencies).constData());
     }
 }

@@ -17,11 +17,10 @@ namespace server {
 ///    the reach of the marker (Catalogue::Marker) from f, but at least the nearest bin and the one on each side of it.
 ///    Only local maxima count, so that the skirt of a strong neighbouring tone is not taken for a tone. Without one the
 ///    level is 0 dB.
-///  - Noise: the median of P from half an octave below f to half an octave above (at least 10 Hz to each side, and
-///  never
-///    below 5 Hz), divided by ln 2, as the median of exponentially distributed powers is ln 2 times their mean. It is
-///    taken as no less than 6 q / N, the mean power that the rounding to 8 bits leaves in a bin, with q = (1/128)^2 /
-///    12 and N = 66150: a pure digital tone has nothing but rounding errors around it.
+///  - Noise: the median of P from half an octave below f to half an octave above, at least 10 Hz to each side and never
+///    below 5 Hz, divided by ln 2, as the median of exponentially distributed powers is ln 2 times their mean. It is
+///    taken as no less than 6 q / N, the mean power that the rounding to 8 bits leaves in a bin, with N = 66150 and
+///    q = (1/128)^2 / 12: a pure digital tone has nothing but rounding errors around it.
 ///  - Level: L = 10 log10(peak / (H(m) noise)) dB, and 0 if that is negative. H(m) = 1 + 1/2 + ... + 1/m is the
 ///    expected maximum of m such powers of mean 1, with m the number of bins that were searched: plain noise lies about
 ///    0 dB, however wide the search.
@@ -29,6 +28,9 @@ namespace server {
 /// The level of a marker of n frequencies is 10 log10(sum(10^(L_i / 10)) / n) for Match::Any, and
 /// sum(L_i / i) / H(n), i = 1 ... n, for Match::All. Its value is round(100 level / 60), at most 100: 0 is the
 /// noise, 100 stands for 60 dB and more.
+///
+/// Levels are not corrected for the slope of a sound's spectrum: of two vowels the one with the lower formants is
+/// favoured, as voices are stronger there.
 ///
 /// Source of the statistics: W. B. Davenport and W. L. Root, "An Introduction to the Theory of Random Signals and
 /// Noise", 1958 (the power of a narrow band of noise is exponentially distributed); for the rounding noise W. R.
