@@ -6,6 +6,7 @@
 #include <QApplication>
 #include <QFile>
 #include <QIcon>
+#include <QPalette>
 #include <QPixmap>
 
 void init(QApplication& app)
@@ -16,6 +17,13 @@ void init(QApplication& app)
     const QPixmap logo(QStringLiteral(":/images/logo.png"));
 
     app.setStyleSheet(sheet);
+    // A colour for line edits in the sheet would be the placeholders' too; here they can differ. It also keeps the
+    // text dark on the sheet's light grounds where the desktop has a dark theme.
+    QPalette palette = app.palette();
+    palette.setColor(QPalette::Text, QColor(0x41, 0x41, 0x41));
+    palette.setColor(QPalette::PlaceholderText, QColor(0x88, 0x88, 0x88));
+    palette.setColor(QPalette::Disabled, QPalette::Text, QColor(0x88, 0x88, 0x88));
+    app.setPalette(palette);
     QApplication::setApplicationName(QString::fromLatin1(Constants::NAME));
     QApplication::setOrganizationName(QString::fromLatin1(Constants::ORG_NAME));
     QApplication::setOrganizationDomain(QString::fromLatin1(Constants::ORG_DOMAIN));
