@@ -110,6 +110,7 @@ const QStringList properties{
     QStringLiteral("font-weight"),
     QStringLiteral("gridline-color"),
     QStringLiteral("height"),
+    QStringLiteral("icon-size"),
     QStringLiteral("image"),
     QStringLiteral("margin"),
     QStringLiteral("margin-right"),
@@ -650,6 +651,10 @@ void TestStyleSheet::designRules_data()
     row("QStatusBar QPushButton", "border-bottom", "2px solid #40000000");
     row("QPagination QPushButton", "padding", "0");
     row("QPagination QPushButton:disabled", "background", "#d2d2d2");
+
+    // The form says no size, and Qt's own 16 pixels would lose the drawing.
+    row("FormPatient #buttonGenderMale", "icon-size", "32px");
+    row("FormPatient #buttonGenderFemale", "icon-size", "32px");
 
     // inputs
     for (const char* input :
