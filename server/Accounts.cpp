@@ -1,0 +1,161 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "server/Accounts.h"
+
+#include "server/Database.h"
+#include "server/Secrets.h"
+#include "server/TextKeys.h"
+
+#include <algorithm>
+
+namespace server {
+
+namespace {
+
+Practitioner practitionerOf(const QSqlQuery& query, int first = 0)
+{
+    Practitioner practitioner;
+    practitioner.id = query.value(first).toString();
+    practitioner.name = query.value(first + 1).toString();
+    practitioner.fullName = query.value(first + 2).toString();
+    practitioner.language = query.value(first + 3).toString();
+    practitioner.country = query.value(first + 4).toString();
+    return practitioner;
+}
+
+QString stored(const QDateTime& time)
+{
+    return time.toUTC().toString(Qt::ISODateWithMs);
+}
+
+bool isPrintable(const QString& text)
+{
+    return std::all_of(text.begin(), text.end(), [](QChar c) { return c.isPrint() || c.isSurrogate(); });
+}
+
+bool isCode(const QString& text, char first, char last)
+{
+    return text.size() == 2 && std::all_of(text.begin(), text.end(), [first, last](QChar c) {
+               return c >= QLatin1Char(first) && c <= QLatin1Char(last);
+           });
+}
+
+} // namespace
+
+Accounts::Accounts(Database& database, int sessionHours)
+    : m_database(database)
+    , m_sessionHours(sessionHours)
+{
+}
+
+QString Accounts::objection(const Practitioner& practitioner, const QString& password)
+{
+    const QString name = TextKeys::normalized(practitioner.name);
+    if (name.isEmpty())
+        return QStringLiteral("the name is empty");
+    if (name.size() > maxLength || practitioner.fullName.size() > maxLength)
+        return QStringLiteral("the name is longer than %1 characters").arg(maxLength);
+    if (!isPrintable(name) || !isPrintable(practitioner.fullName))
+        return QStringLiteral("the name holds characters that cannot be printed");
+    if (password.isEmpty())
+        return QStringLiteral("the password is empty");
+    if (password.size() > maxLength)
+        return QStringLiteral("the password is longer than %1 characters").arg(maxLength);
+    if (!isCode(practitioner.language, 'a', 'z'))
+        return QStringLiteral("the language is not two lower-case letters, such as \"en\"");
+    if (!isCode(practitioner.country, 'A', 'Z'))
+        return QStringLiteral("the country is not two upper-case letters, such as \"US\"");
+    return QString();
+}
+
+std::optional<Practitioner> Accounts::add(const Practitioner& practitioner, const QString& password)
+{
+    Practitioner added = practitioner;
+    added.id = Secrets::randomId();
+    added.name = TextKeys::normalized(practitioner.name);
+    added.fullName = TextKeys::normalized(practitioner.fullName);
+    const QString hash = Secrets::passwordHash(password);
+    if (hash.isEmpty())
+        return std::nullopt;
+    Database::Transaction transaction(m_database);
+    if (find(added.name))
+        return std::nullopt;
+    m_database.run(QStringLiteral("INSERT INTO practitioners "
+                                  "(id, name, full_name, password_hash, language, country, created_at) "
+                                  "VALUES (?, ?, ?, ?, ?, ?, ?)"),
+                   {added.id, added.name, added.fullName, hash, added.language, added.country,
+                    stored(QDateTime::currentDateTimeUtc())});
+    transaction.commit();
+    return added;
+}
+
+std::optional<Practitioner> Accounts::find(const QString& name)
+{
+    QSqlQuery query = m_database.run(
+        QStringLiteral("SELECT id, name, full_name, language, country FROM practitioners WHERE name = ?"),
+        {TextKeys::normalized(name)});
+    if (!query.next())
+        return std::nullopt;
+    return practitionerOf(query);
+}
+
+bool Accounts::passwordMatches(const QString& name, const QString& password)
+{
+    QString hash;
+    {
+        QSqlQuery query = m_database.run(QStringLiteral("SELECT password_hash FROM practitioners WHERE name = ?"),
+                                         {TextKeys::normalized(name)});
+        if (query.next())
+            hash = query.value(0).toString();
+    }
+    return Secrets::passwordMatches(password, hash);
+}
+
+QVector<Practitioner> Accounts::all()
+{
+    QVector<Practitioner> result;
+    QSqlQuery query = m_database.run(
+        QStringLiteral("SELECT id, name, full_name, language, country FROM practitioners ORDER BY name"));
+    while (query.next())
+        result.append(practitionerOf(query));
+    return result;
+}
+
+std::optional<Accounts::Session> Accounts::login(const QString& name, const QString& password)
+{
+    if (!passwordMatches(name, password))
+        return std::nullopt;
+    const std::optional<Practitioner> practitioner = find(name);
+    if (!practitioner)
+        return std::nullopt;
+    const QDateTime now = QDateTime::currentDateTimeUtc();
+    Session session;
+    session.practitioner = *practitioner;
+    session.token = Secrets::randomToken();
+    session.expiresAt = now.addSecs(qint64(m_sessionHours) * 3600);
+    m_database.run(QStringLiteral("DELETE FROM sessions WHERE expires_at < ?"), {stored(now.addDays(-1))});
+    m_database.run(
+        QStringLiteral(
+            "INSERT INTO sessions (token_hash, practitioner_id, created_at, expires_at) VALUES (?, ?, ?, ?)"),
+        {Secrets::tokenHash(session.token), practitioner->id, stored(now), stored(session.expiresAt)});
+    return session;
+}
+
+Accounts::Authentication Accounts::authenticate(const QString& token)
+{
+    Authentication result;
+    QSqlQuery query = m_database.run(
+        QStringLiteral("SELECT p.id, p.name, p.full_name, p.language, p.country, s.expires_at "
+                       "FROM sessions s JOIN practitioners p ON p.id = s.practitioner_id WHERE s.token_hash = ?"),
+        {Secrets::tokenHash(token)});
+    if (!query.next())
+        return result;
+    if (query.value(5).toString() <= stored(QDateTime::currentDateTimeUtc())) {
+        result.state = TokenState::Expired;
+        return result;
+    }
+    result.state = TokenState::Valid;
+    result.practitioner = practitionerOf(query);
+    return result;
+}
+
+} // namespace server

@@ -1,0 +1,116 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "server/Migrations.h"
+
+#include "server/Database.h"
+#include "server/DatabaseError.h"
+#include "server/Dialect.h"
+
+#include <QDateTime>
+#include <QStringList>
+#include <QVector>
+
+namespace server {
+
+namespace {
+
+/// Times are stored as ISO 8601 texts in UTC with milliseconds, dates as ISO 8601 texts: they sort as text. An absent
+/// time is an empty text, as the engines disagree on where a null sorts.
+QVector<QStringList> steps()
+{
+    return {
+        {
+            QStringLiteral("CREATE TABLE practitioners ("
+                           "id TEXT NOT NULL PRIMARY KEY, "
+                           "name TEXT NOT NULL UNIQUE, "
+                           "full_name TEXT NOT NULL, "
+                           "password_hash TEXT NOT NULL, "
+                           "language TEXT NOT NULL, "
+                           "country TEXT NOT NULL, "
+                           "created_at TEXT NOT NULL)"),
+            QStringLiteral("CREATE TABLE sessions ("
+                           "token_hash TEXT NOT NULL PRIMARY KEY, "
+                           "practitioner_id TEXT NOT NULL REFERENCES practitioners (id) ON DELETE CASCADE, "
+                           "created_at TEXT NOT NULL, "
+                           "expires_at TEXT NOT NULL)"),
+            QStringLiteral("CREATE INDEX sessions_by_expiry ON sessions (expires_at)"),
+            QStringLiteral("CREATE TABLE patients ("
+                           "id TEXT NOT NULL PRIMARY KEY, "
+                           "practitioner_id TEXT NOT NULL REFERENCES practitioners (id) ON DELETE CASCADE, "
+                           "name TEXT NOT NULL, "
+                           "birth_date TEXT NOT NULL, "
+                           "gender TEXT NOT NULL, "
+                           "phone TEXT NOT NULL, "
+                           "notes TEXT NOT NULL, "
+                           "name_folded TEXT NOT NULL, "
+                           "notes_folded TEXT NOT NULL, "
+                           "name_key TEXT NOT NULL, "
+                           "notes_key TEXT NOT NULL, "
+                           "last_record_at TEXT NOT NULL, "
+                           "created_at TEXT NOT NULL)"),
+            QStringLiteral("CREATE INDEX patients_by_name ON patients (practitioner_id, name_key, id)"),
+            QStringLiteral("CREATE INDEX patients_by_birth ON patients (practitioner_id, birth_date, id)"),
+            QStringLiteral("CREATE INDEX patients_by_gender ON patients (practitioner_id, gender, id)"),
+            QStringLiteral("CREATE INDEX patients_by_record ON patients (practitioner_id, last_record_at, id)"),
+            QStringLiteral("CREATE INDEX patients_by_notes ON patients (practitioner_id, notes_key, id)"),
+            QStringLiteral("CREATE TABLE records ("
+                           "id TEXT NOT NULL PRIMARY KEY, "
+                           "patient_id TEXT NOT NULL REFERENCES patients (id) ON DELETE CASCADE, "
+                           "recorded_at TEXT NOT NULL, "
+                           "sensor_id TEXT NOT NULL, "
+                           "wave {bytes} NOT NULL)"),
+            QStringLiteral("CREATE INDEX records_by_patient ON records (patient_id, recorded_at, id)"),
+            QStringLiteral("CREATE TABLE recipes ("
+                           "record_id TEXT NOT NULL PRIMARY KEY REFERENCES records (id) ON DELETE CASCADE, "
+                           "duration INTEGER NOT NULL, "
+                           "saved_at TEXT NOT NULL)"),
+            QStringLiteral("CREATE TABLE recipe_markers ("
+                           "record_id TEXT NOT NULL REFERENCES recipes (record_id) ON DELETE CASCADE, "
+                           "position INTEGER NOT NULL, "
+                           "marker_id TEXT NOT NULL, "
+                           "PRIMARY KEY (record_id, position))"),
+        },
+    };
+}
+
+} // namespace
+
+int Migrations::latest()
+{
+    return steps().size();
+}
+
+bool Migrations::apply(Database& database, QString& error)
+{
+    const QVector<QStringList> all = steps();
+    Database::Transaction transaction(database);
+    if (!database.hasTable(QStringLiteral("schema_version"))) {
+        if (!database.isEmpty()) {
+            error = QStringLiteral("the database belongs to another program");
+            return false;
+        }
+        database.run(QStringLiteral("CREATE TABLE schema_version (version INTEGER NOT NULL PRIMARY KEY, "
+                                    "applied_at TEXT NOT NULL)"));
+    }
+    int version = 0;
+    {
+        QSqlQuery query = database.run(QStringLiteral("SELECT COALESCE(MAX(version), 0) FROM schema_version"));
+        if (query.next())
+            version = query.value(0).toInt();
+    }
+    if (version > all.size()) {
+        error = QStringLiteral("the database has schema version %1, this program knows %2: a newer program is needed")
+                    .arg(version)
+                    .arg(all.size());
+        return false;
+    }
+    for (int step = version; step < all.size(); ++step) {
+        for (QString statement : all.at(step))
+            database.run(statement.replace(QStringLiteral("{bytes}"), Dialect::bytesType()));
+        database.run(QStringLiteral("INSERT INTO schema_version (version, applied_at) VALUES (?, ?)"),
+                     {step + 1, QDateTime::currentDateTimeUtc().toString(Qt::ISODateWithMs)});
+    }
+    transaction.commit();
+    return true;
+}
+
+} // namespace server

@@ -1,0 +1,33 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <QDate>
+#include <QDateTime>
+#include <QString>
+
+#include <utility>
+
+namespace server {
+
+/// One patient as stored.
+struct Patient
+{
+    QString id;
+    QString name;
+    QDate birthDate;
+    QString gender; ///< "MALE" or "FEMALE"
+    QString phone;
+    QString notes;
+    QDateTime lastRecordAt; ///< UTC; invalid without a record
+
+    /// Full years on this day; 0 before the birth.
+    int age(const QDate& day) const
+    {
+        const int years = day.year() - birthDate.year();
+        const bool hadBirthday =
+            std::make_pair(day.month(), day.day()) >= std::make_pair(birthDate.month(), birthDate.day());
+        return qMax(0, hadBirthday ? years : years - 1);
+    }
+};
+
+} // namespace server

@@ -1,0 +1,166 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "server/Patients.h"
+
+#include "server/Database.h"
+#include "server/Secrets.h"
+#include "server/TextKeys.h"
+
+namespace server {
+
+namespace {
+
+constexpr QChar escape = QLatin1Char('\\');
+
+QString columns()
+{
+    return QStringLiteral("id, name, birth_date, gender, phone, notes, last_record_at");
+}
+
+Patient patientOf(const QSqlQuery& query)
+{
+    Patient patient;
+    patient.id = query.value(0).toString();
+    patient.name = query.value(1).toString();
+    patient.birthDate = QDate::fromString(query.value(2).toString(), Qt::ISODate);
+    patient.gender = query.value(3).toString();
+    patient.phone = query.value(4).toString();
+    patient.notes = query.value(5).toString();
+    patient.lastRecordAt = QDateTime::fromString(query.value(6).toString(), Qt::ISODateWithMs);
+    return patient;
+}
+
+QVariantList fieldsOf(const Patient& patient)
+{
+    return {patient.name,
+            patient.birthDate.toString(Qt::ISODate),
+            patient.gender,
+            patient.phone,
+            patient.notes,
+            TextKeys::folded(patient.name),
+            TextKeys::folded(patient.notes),
+            TextKeys::sortKey(patient.name),
+            TextKeys::sortKey(patient.notes)};
+}
+
+/// A pattern that finds the text anywhere, with what LIKE takes for wildcards taken literally.
+QString containing(const QString& text)
+{
+    QString pattern = text;
+    for (const QChar special : {escape, QChar(QLatin1Char('%')), QChar(QLatin1Char('_'))})
+        pattern.replace(special, QString(escape) + special);
+    return QLatin1Char('%') + pattern + QLatin1Char('%');
+}
+
+/// Every order ends with the id, so that rows which compare equal stand in one order on every page.
+QString orderOf(const PatientQuery& query)
+{
+    QString column;
+    bool descending = query.descending;
+    switch (query.sort) {
+    case PatientQuery::Sort::Name:
+        column = QStringLiteral("name_key");
+        break;
+    case PatientQuery::Sort::Age:
+        column = QStringLiteral("birth_date");
+        descending = !descending;
+        break;
+    case PatientQuery::Sort::Gender:
+        column = QStringLiteral("gender");
+        break;
+    case PatientQuery::Sort::Record:
+        column = QStringLiteral("last_record_at");
+        break;
+    case PatientQuery::Sort::Notes:
+        column = QStringLiteral("notes_key");
+        break;
+    }
+    const QString direction = descending ? QStringLiteral("DESC") : QStringLiteral("ASC");
+    return QStringLiteral(" ORDER BY %1 %2, id %2").arg(column, direction);
+}
+
+} // namespace
+
+Patients::Patients(Database& database, const QString& practitionerId)
+    : m_database(database)
+    , m_practitionerId(practitionerId)
+{
+}
+
+Patients::Page Patients::list(const PatientQuery& query)
+{
+    QString condition = QStringLiteral(" FROM patients WHERE practitioner_id = ?");
+    QVariantList values{m_practitionerId};
+    const QString needle = TextKeys::folded(query.needle);
+    if (!needle.isEmpty()) {
+        condition += query.field == PatientQuery::Field::Name ? QStringLiteral(" AND name_folded LIKE ? ESCAPE '\\'")
+                                                              : QStringLiteral(" AND notes_folded LIKE ? ESCAPE '\\'");
+        values.append(containing(needle));
+    }
+
+    Page page;
+    qint64 total = 0;
+    {
+        QSqlQuery counted = m_database.run(QStringLiteral("SELECT COUNT(*)") + condition, values);
+        if (counted.next())
+            total = counted.value(0).toLongLong();
+    }
+    QString statement = QStringLiteral("SELECT ") + columns() + condition + orderOf(query);
+    if (query.size > 0) {
+        page.pages = int((total + query.size - 1) / query.size);
+        statement += QStringLiteral(" LIMIT ? OFFSET ?");
+        values << query.size << qint64(query.page) * query.size;
+    } else {
+        page.pages = total > 0 ? 1 : 0;
+    }
+    QSqlQuery found = m_database.run(statement, values);
+    while (found.next())
+        page.rows.append(patientOf(found));
+    return page;
+}
+
+std::optional<Patient> Patients::find(const QString& id)
+{
+    QSqlQuery query = m_database.run(QStringLiteral("SELECT ") + columns() +
+                                         QStringLiteral(" FROM patients WHERE id = ? AND practitioner_id = ?"),
+                                     {id, m_practitionerId});
+    if (!query.next())
+        return std::nullopt;
+    return patientOf(query);
+}
+
+Patient Patients::add(const Patient& patient)
+{
+    Patient added = patient;
+    added.id = Secrets::randomId();
+    added.lastRecordAt = QDateTime();
+    QVariantList values = fieldsOf(added);
+    values << added.id << m_practitionerId << QString() << QDateTime::currentDateTimeUtc().toString(Qt::ISODateWithMs);
+    m_database.run(QStringLiteral("INSERT INTO patients (name, birth_date, gender, phone, notes, name_folded, "
+                                  "notes_folded, name_key, notes_key, id, practitioner_id, last_record_at, created_at) "
+                                  "VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?)"),
+                   values);
+    return added;
+}
+
+std::optional<Patient> Patients::update(const Patient& patient)
+{
+    QVariantList values = fieldsOf(patient);
+    values << patient.id << m_practitionerId;
+    Database::Transaction transaction(m_database);
+    m_database.run(QStringLiteral("UPDATE patients SET name = ?, birth_date = ?, gender = ?, phone = ?, notes = ?, "
+                                  "name_folded = ?, notes_folded = ?, name_key = ?, notes_key = ? "
+                                  "WHERE id = ? AND practitioner_id = ?"),
+                   values);
+    std::optional<Patient> updated = find(patient.id);
+    transaction.commit();
+    return updated;
+}
+
+bool Patients::remove(const QString& id)
+{
+    return m_database
+               .run(QStringLiteral("DELETE FROM patients WHERE id = ? AND practitioner_id = ?"), {id, m_practitionerId})
+               .numRowsAffected() > 0;
+}
+
+} // namespace server

@@ -1,0 +1,44 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "server/Patient.h"
+#include "server/PatientQuery.h"
+
+#include <QVector>
+
+#include <optional>
+
+namespace server {
+
+class Database;
+
+/// The patients of one practitioner: others are not found, whatever the id. Usable on any thread; database failures are
+/// thrown as DatabaseError.
+class Patients
+{
+public:
+    struct Page
+    {
+        int pages = 0; ///< of the whole list; 0 if it is empty
+        QVector<Patient> rows;
+    };
+
+    /// The database has to outlive the patients.
+    Patients(Database& database, const QString& practitionerId);
+
+    Page list(const PatientQuery& query);
+    std::optional<Patient> find(const QString& id);
+    /// Stores a new patient under an id of its own, whatever id is given.
+    Patient add(const Patient& patient);
+    /// Stores everything but the time of the last record, and returns what is stored then; nothing if there is no such
+    /// patient.
+    std::optional<Patient> update(const Patient& patient);
+    /// With all records and recipes. False if there is no such patient.
+    bool remove(const QString& id);
+
+private:
+    Database& m_database;
+    QString m_practitionerId;
+};
+
+} // namespace server

@@ -1,0 +1,79 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "server/Secrets.h"
+
+#include <QSemaphore>
+
+#include <sodium.h>
+
+namespace server {
+
+namespace {
+
+// Each hash takes 64 MiB while it is computed.
+constexpr int hashesAtOnce = 2;
+
+QSemaphore& hashing()
+{
+    static QSemaphore semaphore(hashesAtOnce);
+    return semaphore;
+}
+
+QString randomText(int size)
+{
+    QByteArray bytes(size, '\0');
+    randombytes_buf(bytes.data(), size_t(size));
+    return QString::fromLatin1(bytes.toBase64(QByteArray::Base64UrlEncoding | QByteArray::OmitTrailingEquals));
+}
+
+QString hashOf(const QByteArray& password)
+{
+    char hash[crypto_pwhash_STRBYTES];
+    if (crypto_pwhash_str_alg(hash, password.constData(), size_t(password.size()), crypto_pwhash_OPSLIMIT_INTERACTIVE,
+                              crypto_pwhash_MEMLIMIT_INTERACTIVE, crypto_pwhash_ALG_ARGON2ID13) != 0)
+        return QString();
+    return QString::fromLatin1(hash);
+}
+
+} // namespace
+
+bool Secrets::initialize()
+{
+    return sodium_init() >= 0;
+}
+
+QString Secrets::randomId()
+{
+    return randomText(16);
+}
+
+QString Secrets::randomToken()
+{
+    return randomText(32);
+}
+
+QString Secrets::tokenHash(const QString& token)
+{
+    const QByteArray text = token.toUtf8();
+    QByteArray hash(crypto_generichash_BYTES, '\0');
+    crypto_generichash(reinterpret_cast<unsigned char*>(hash.data()), size_t(hash.size()),
+                       reinterpret_cast<const unsigned char*>(text.constData()), quint64(text.size()), nullptr, 0);
+    return QString::fromLatin1(hash.toHex());
+}
+
+QString Secrets::passwordHash(const QString& password)
+{
+    const QSemaphoreReleaser turn((hashing().acquire(), hashing()));
+    return hashOf(password.toUtf8());
+}
+
+bool Secrets::passwordMatches(const QString& password, const QString& hash)
+{
+    const QSemaphoreReleaser turn((hashing().acquire(), hashing()));
+    static const QByteArray stranger = hashOf(randomText(16).toLatin1()).toLatin1();
+    const QByteArray known = hash.isNull() ? stranger : hash.toLatin1();
+    const QByteArray text = password.toUtf8();
+    const bool matches = crypto_pwhash_str_verify(known.constData(), text.constData(), size_t(text.size())) == 0;
+    return matches && !hash.isNull();
+}
+
+} // namespace server

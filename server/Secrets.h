@@ -1,0 +1,29 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <QByteArray>
+#include <QString>
+
+namespace server {
+
+/// Random names, session tokens and password hashes, by libsodium. Usable on any thread.
+class Secrets
+{
+public:
+    /// False if the system gives no randomness; nothing else may be called then. Any number of times.
+    static bool initialize();
+
+    /// 128 random bits as 22 characters of the URL-safe base64 alphabet.
+    static QString randomId();
+    /// 256 random bits as 43 characters of the same alphabet.
+    static QString randomToken();
+    /// What is stored of a token: BLAKE2b-256 in hexadecimal digits.
+    static QString tokenHash(const QString& token);
+
+    /// Argon2id with a salt of its own. Null if there is not enough memory.
+    static QString passwordHash(const QString& password);
+    /// Takes as long for a null `hash` (an account that does not exist) as for any other.
+    static bool passwordMatches(const QString& password, const QString& hash);
+};
+
+} // namespace server
