@@ -1,0 +1,612 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "server/Api.h"
+
+#include "server/Catalogue.h"
+#include "server/Database.h"
+#include "server/DatabaseError.h"
+#include "server/Failure.h"
+#include "server/FormBody.h"
+#include "server/JsonInput.h"
+#include "server/MarkerAnalysis.h"
+#include "server/Needle.h"
+#include "server/PatientInput.h"
+#include "server/Patients.h"
+#include "server/Recipes.h"
+#include "server/Records.h"
+#include "server/ReplyEncoding.h"
+#include "server/Spectrum.h"
+#include "server/Synthesis.h"
+#include "server/WaveFile.h"
+#include "server/Workbook.h"
+
+#include <QHash>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+
+#include <algorithm>
+#include <cstdio>
+#include <limits>
+
+namespace server {
+
+namespace {
+
+constexpr int maxDuration = 1440;
+constexpr int maxId = 64;
+
+Reply json(const QJsonDocument& document)
+{
+    Reply reply;
+    reply.body = document.toJson(QJsonDocument::Compact);
+    return reply;
+}
+
+Reply json(const QJsonObject& object)
+{
+    return json(QJsonDocument(object));
+}
+
+Reply json(const QJsonArray& array)
+{
+    return json(QJsonDocument(array));
+}
+
+Reply text(const QByteArray& body)
+{
+    Reply reply;
+    reply.contentType = QByteArrayLiteral("text/plain; charset=utf-8");
+    reply.body = body;
+    return reply;
+}
+
+Reply message(int status, const QString& sentence)
+{
+    Reply reply = json(QJsonObject{{QStringLiteral("message"), sentence}});
+    reply.status = status;
+    return reply;
+}
+
+Reply failed(const Failure& failure, const QString& language)
+{
+    if (failure.errors().isEmpty())
+        return message(failure.status(), failure.message(language));
+    QJsonArray errors;
+    for (const Failure::FieldError& error : failure.errors()) {
+        QString sentence = Messages::text(error.message, language);
+        if (!error.argument.isEmpty())
+            sentence = sentence.arg(error.argument);
+        errors.append(QJsonObject{{error.field, sentence}});
+    }
+    Reply reply = json(QJsonObject{{QStringLiteral("errors"), errors}});
+    reply.status = failure.status();
+    return reply;
+}
+
+/// For whoever runs the server; what a client sent is not repeated.
+void report(const char* what)
+{
+    std::fprintf(stderr, "quelmar-server: %s\n", what);
+}
+
+/// Every id that was ever given out looks like this; any other text is an unknown id, and no question for the database.
+bool isId(const QString& text)
+{
+    return !text.isEmpty() && text.size() <= maxId && std::all_of(text.begin(), text.end(), [](QChar c) {
+        return (c >= QLatin1Char('a') && c <= QLatin1Char('z')) || (c >= QLatin1Char('A') && c <= QLatin1Char('Z')) ||
+               (c >= QLatin1Char('0') && c <= QLatin1Char('9')) || c == QLatin1Char('-') || c == QLatin1Char('_');
+    });
+}
+
+bool hasControls(const QString& text)
+{
+    return std::any_of(text.begin(), text.end(), [](QChar c) { return c.category() == QChar::Other_Control; });
+}
+
+/// The client shows a time as it reads, so it gets the wall clock of this machine, with its offset.
+QString shown(const QDateTime& time)
+{
+    if (!time.isValid())
+        return QStringLiteral("");
+    const QDateTime local = time.toLocalTime();
+    return local.toOffsetFromUtc(local.offsetFromUtc()).toString(Qt::ISODate);
+}
+
+QJsonObject patientJson(const Patient& patient)
+{
+    return {{QStringLiteral("id"), patient.id},
+            {QStringLiteral("name"), patient.name},
+            {QStringLiteral("gender"), patient.gender},
+            {QStringLiteral("notes"), patient.notes},
+            {QStringLiteral("phone"), patient.phone},
+            {QStringLiteral("birthDate"), patient.birthDate.toString(Qt::ISODate)},
+            {QStringLiteral("age"), patient.age(QDate::currentDate())},
+            {QStringLiteral("lastRecordAt"), shown(patient.lastRecordAt)},
+            {QStringLiteral("hasDevices"), false},
+            {QStringLiteral("command"), QStringLiteral("")},
+            {QStringLiteral("isComplete"), false},
+            {QStringLiteral("isEnabled"), false}};
+}
+
+QJsonObject pageJson(const Patients::Page& page)
+{
+    QJsonArray data;
+    for (const Patient& patient : page.rows)
+        data.append(patientJson(patient));
+    return {{QStringLiteral("pages"), page.pages}, {QStringLiteral("data"), data}};
+}
+
+QJsonObject recordJson(const Record& record)
+{
+    return {{QStringLiteral("id"), record.id},
+            {QStringLiteral("patientId"), record.patientId},
+            {QStringLiteral("doctorName"), record.doctorName},
+            {QStringLiteral("recordedAt"), shown(record.recordedAt)},
+            {QStringLiteral("editable"), true},
+            {QStringLiteral("questionnaire"), false}};
+}
+
+QJsonObject markerJson(const Catalogue::Marker& marker, const QVector<int>& values, const QString& language)
+{
+    QJsonArray list;
+    for (const int value : values)
+        list.append(value);
+    return {{QStringLiteral("id"), marker.id},
+            {QStringLiteral("title"), marker.title.in(language)},
+            {QStringLiteral("description"), marker.description.in(language)},
+            {QStringLiteral("amount"), int(marker.frequencies.size())},
+            {QStringLiteral("values"), list}};
+}
+
+Patient knownPatient(Patients& patients, const QString& id)
+{
+    if (const std::optional<Patient> patient = isId(id) ? patients.find(id) : std::nullopt)
+        return *patient;
+    throw Failure(404, Messages::NoSuchPatient);
+}
+
+/// The analysis of a record of a patient whose existence has been checked.
+MarkerAnalysis analysisOf(Records& records, const QString& patientId, const QString& recordId)
+{
+    const std::optional<QByteArray> wave = isId(recordId) ? records.wave(patientId, recordId) : std::nullopt;
+    if (!wave)
+        throw Failure(404, Messages::NoSuchRecord);
+    return MarkerAnalysis(Spectrum(WaveFile(*wave).samples()));
+}
+
+QStringList knownMarkers(const JsonInput& input)
+{
+    QStringList markers = input.texts("markers");
+    if (markers.size() > Api::maxMarkers)
+        throw Failure(400, Messages::TooManyMarkers, QString::number(Api::maxMarkers));
+    for (const QString& id : qAsConst(markers)) {
+        if (!Catalogue::instance().marker(id))
+            throw Failure(404, Messages::NoSuchMarker);
+    }
+    return markers;
+}
+
+/// A whole number from the query, or the default if it is missing or empty.
+int number(const FormBody& query, const char* key, int minimum, int maximum, int byDefault)
+{
+    const std::optional<QByteArray> value = query.bytes(key);
+    if (!value || value->isEmpty())
+        return byDefault;
+    bool sound = false;
+    const int parsed = value->toInt(&sound);
+    if (!sound || parsed < minimum || parsed > maximum)
+        throw Failure(400, Messages::BadQuery, QString::fromLatin1(key));
+    return parsed;
+}
+
+/// The place of the value in the list, or 0 if it is missing or empty.
+int choice(const FormBody& query, const char* key, const QList<QByteArray>& values)
+{
+    const QByteArray value = query.bytes(key).value_or(QByteArray());
+    if (value.isEmpty())
+        return 0;
+    const int place = values.indexOf(value);
+    if (place < 0)
+        throw Failure(400, Messages::BadQuery, QString::fromLatin1(key));
+    return place;
+}
+
+} // namespace
+
+Api::Api(Database& database, int sessionHours)
+    : m_database(database)
+    , m_accounts(database, sessionHours)
+{
+    route("POST", "/auth/login", &Api::login, true);
+    route("GET", "/patient", &Api::listPatients);
+    route("GET", "/patient/filter", &Api::filterPatients);
+    route("POST", "/patient", &Api::createPatient);
+    route("PUT", "/patient", &Api::updatePatient);
+    route("DELETE", "/patient/*", &Api::deletePatient);
+    route("GET", "/record/*", &Api::listRecords);
+    route("POST", "/record", &Api::uploadRecord);
+    route("DELETE", "/record/*/*", &Api::deleteRecord);
+    route("GET", "/category/corrective/*", &Api::correctiveCategories);
+    route("POST", "/analysis", &Api::analyseMarkers);
+    route("GET", "/recipe/*/*", &Api::loadRecipe);
+    route("PUT", "/recipe", &Api::saveRecipe);
+    route("POST", "/recipe", &Api::makeRecipe);
+    route("POST", "/export/excel", &Api::exportWorkbook);
+
+    route("POST", "/auth/password", &Api::notAvailable);
+    route("PUT", "/auth/locale", &Api::notAvailable);
+    route("GET", "/auth/updates", &Api::notAvailable);
+    route("POST", "/patient/questionnaire", &Api::notAvailable);
+    route("PUT", "/patient/questionnaire/*", &Api::notAvailable);
+    route("POST", "/patient/device", &Api::notAvailable);
+    route("PUT", "/patient/device", &Api::notAvailable);
+    route("DELETE", "/patient/device/*", &Api::notAvailable);
+    route("POST", "/command", &Api::notAvailable);
+    route("DELETE", "/command/*", &Api::notAvailable);
+    route("POST", "/analysis/summary", &Api::notAvailable);
+    route("POST", "/analysis/comparative", &Api::notAvailable);
+    route("GET", "/category/diagnostic/*", &Api::notAvailable);
+    route("POST", "/recipe/autospectrum", &Api::notAvailable);
+}
+
+void Api::route(const char* method, const char* path, Operation operation, bool open)
+{
+    m_routes.append({method, QByteArray(path).mid(1).split('/'), operation, open});
+}
+
+Reply Api::handle(const Request& request)
+{
+    QString language = Messages::language(request.header("accept-language"));
+    try {
+        Call call{request, {}, {}, language};
+        const Route& found = find(request, call.ids);
+        if (!found.open) {
+            call.practitioner = authenticate(request);
+            if (language.isEmpty())
+                language = call.language = call.practitioner.language;
+        }
+        return (this->*found.operation)(call);
+    } catch (const Failure& failure) {
+        return failed(failure, language);
+    } catch (const std::exception& error) {
+        report(error.what());
+    } catch (...) {
+        report("an unknown exception");
+    }
+    return message(500, Messages::text(Messages::ServerFailed, language));
+}
+
+Reply Api::refuse(int status, const QByteArray& acceptLanguage)
+{
+    Messages::Id id = Messages::BadRequest;
+    if (status == 404)
+        id = Messages::NoSuchPath;
+    else if (status == 411)
+        id = Messages::LengthRequired;
+    else if (status == 413)
+        id = Messages::TooLarge;
+    else if (status == 414)
+        id = Messages::AddressTooLong;
+    else if (status == 415)
+        id = Messages::Compressed;
+    else if (status >= 500)
+        id = Messages::ServerFailed;
+    return message(status, Messages::text(id, Messages::language(acceptLanguage)));
+}
+
+const Api::Route& Api::find(const Request& request, QStringList& ids) const
+{
+    QList<QByteArray> segments = request.path.mid(1).split('/');
+    if (segments.size() > 1 && segments.last().isEmpty())
+        segments.removeLast();
+    bool known = false;
+    for (const Route& candidate : m_routes) {
+        if (candidate.segments.size() != segments.size() || !request.path.startsWith('/'))
+            continue;
+        QStringList found;
+        bool matches = true;
+        for (int i = 0; matches && i < segments.size(); ++i) {
+            if (candidate.segments.at(i) != "*") {
+                matches = candidate.segments.at(i) == segments.at(i);
+                continue;
+            }
+            // What is no id in whatever encoding is looked for under a text that no id can be.
+            const std::optional<QByteArray> id = FormBody::decoded(segments.at(i), false);
+            found.append(id ? FormBody::utf8(*id).value_or(QString()) : QString());
+        }
+        if (!matches)
+            continue;
+        known = true;
+        if (candidate.method == request.method) {
+            ids = found;
+            return candidate;
+        }
+    }
+    throw known ? Failure(405, Messages::MethodNotAllowed) : Failure(404, Messages::NoSuchPath);
+}
+
+Practitioner Api::authenticate(const Request& request)
+{
+    static const QByteArray scheme = QByteArrayLiteral("bearer ");
+    const QByteArray header = request.header("authorization").trimmed();
+    if (!header.toLower().startsWith(scheme))
+        throw Failure(401, Messages::LoginRequired);
+    const Accounts::Authentication found =
+        m_accounts.authenticate(QString::fromLatin1(header.mid(scheme.size()).trimmed()));
+    switch (found.state) {
+    case Accounts::TokenState::Valid:
+        return found.practitioner;
+    case Accounts::TokenState::Expired:
+        throw Failure(401, Messages::SessionExpired);
+    case Accounts::TokenState::Unknown:
+        break;
+    }
+    throw Failure(401, Messages::LoginRequired);
+}
+
+Reply Api::login(const Call& call)
+{
+    const FormBody form(call.request.body);
+    const std::optional<QString> name = form.text("username");
+    const std::optional<QString> password = form.text("password");
+    if (!name)
+        throw Failure(400, Messages::WrongField, QStringLiteral("username"));
+    if (!password)
+        throw Failure(400, Messages::WrongField, QStringLiteral("password"));
+    if (name->size() > Accounts::maxLength || password->size() > Accounts::maxLength || hasControls(*name))
+        throw Failure(401, Messages::LoginFailed);
+    const std::optional<Accounts::Session> session = m_accounts.login(*name, *password);
+    if (!session)
+        throw Failure(401, Messages::LoginFailed);
+    return json(QJsonObject{{QStringLiteral("accessToken"), session->token},
+                            {QStringLiteral("language"), session->practitioner.language},
+                            {QStringLiteral("country"), session->practitioner.country},
+                            {QStringLiteral("tokenType"), QStringLiteral("Bearer")},
+                            {QStringLiteral("expiredAt"), shown(session->expiresAt)}});
+}
+
+Reply Api::listPatients(const Call& call)
+{
+    PatientQuery query;
+    query.size = 0;
+    return json(pageJson(Patients(m_database, call.practitioner.id).list(query)));
+}
+
+Reply Api::filterPatients(const Call& call)
+{
+    const FormBody input(call.request.query);
+    PatientQuery query;
+    query.sort = PatientQuery::Sort(choice(input, "sortby", {"name", "age", "gender", "record", "notes"}));
+    query.descending = choice(input, "direction", {"asc", "desc"}) == 1;
+    query.field = PatientQuery::Field(choice(input, "searchby", {"name", "notes"}));
+    query.size = number(input, "size", 1, maxPageSize, defaultPageSize);
+    query.page = number(input, "current", 0, std::numeric_limits<int>::max(), 0);
+    const std::optional<QString> needle = Needle::decode(input.bytes("needle").value_or(QByteArray()));
+    if (!needle || needle->contains(QChar(QChar::Null)))
+        throw Failure(400, Messages::BadQuery, QStringLiteral("needle"));
+    if (needle->size() > maxNeedle)
+        throw Failure(400, Messages::NeedleTooLong);
+    query.needle = *needle;
+    return json(pageJson(Patients(m_database, call.practitioner.id).list(query)));
+}
+
+Reply Api::createPatient(const Call& call)
+{
+    const JsonInput input(call.request.body);
+    const Patient patient = PatientInput::read(input.object(), QDate::currentDate());
+    return json(patientJson(Patients(m_database, call.practitioner.id).add(patient)));
+}
+
+Reply Api::updatePatient(const Call& call)
+{
+    const JsonInput input(call.request.body);
+    const QString id = input.text("id");
+    Patients patients(m_database, call.practitioner.id);
+    knownPatient(patients, id);
+    Patient patient = PatientInput::read(input.object(), QDate::currentDate());
+    patient.id = id;
+    const std::optional<Patient> updated = patients.update(patient);
+    if (!updated)
+        throw Failure(404, Messages::NoSuchPatient);
+    return json(patientJson(*updated));
+}
+
+Reply Api::deletePatient(const Call& call)
+{
+    const QString id = call.ids.first();
+    if (!isId(id) || !Patients(m_database, call.practitioner.id).remove(id))
+        throw Failure(404, Messages::NoSuchPatient);
+    return json(QJsonObject());
+}
+
+Reply Api::listRecords(const Call& call)
+{
+    Patients patients(m_database, call.practitioner.id);
+    const Patient patient = knownPatient(patients, call.ids.first());
+    QJsonArray list;
+    const QVector<Record> records = Records(m_database, call.practitioner.id).list(patient.id);
+    for (const Record& record : records)
+        list.append(recordJson(record));
+    return json(list);
+}
+
+Reply Api::uploadRecord(const Call& call)
+{
+    if (!call.request.multipart)
+        throw Failure(400, Messages::FormExpected);
+    QVector<QByteArray> patientIds;
+    QVector<QByteArray> waves;
+    for (const Request::Part& part : call.request.parts) {
+        if (part.name == "patientId")
+            patientIds.append(part.content);
+        else if (part.name == "record")
+            waves.append(part.content);
+    }
+    if (patientIds.size() != 1 || waves.size() != 1)
+        throw Failure(400, Messages::UploadParts);
+    const std::optional<QString> sensorId = FormBody::utf8(call.request.header("quelmar-id").trimmed());
+    if (!sensorId || sensorId->size() > maxSensorId || hasControls(*sensorId))
+        throw Failure(400, Messages::SensorIdTooLong);
+
+    Patients patients(m_database, call.practitioner.id);
+    const Patient patient = knownPatient(patients, FormBody::utf8(patientIds.first()).value_or(QString()));
+    const WaveFile file(waves.first());
+    if (!file.isValid())
+        throw Failure(400, file.message(call.language));
+    const std::optional<Record> record =
+        Records(m_database, call.practitioner.id)
+            .add(patient.id, waves.first(), *sensorId, QDateTime::currentDateTimeUtc());
+    if (!record)
+        throw Failure(404, Messages::NoSuchPatient);
+    return json(recordJson(*record));
+}
+
+Reply Api::deleteRecord(const Call& call)
+{
+    Patients patients(m_database, call.practitioner.id);
+    const Patient patient = knownPatient(patients, call.ids.first());
+    const QString id = call.ids.last();
+    if (!isId(id) || !Records(m_database, call.practitioner.id).remove(patient.id, id))
+        throw Failure(404, Messages::NoSuchRecord);
+    return json(QJsonObject());
+}
+
+Reply Api::correctiveCategories(const Call& call)
+{
+    Patients patients(m_database, call.practitioner.id);
+    knownPatient(patients, call.ids.first());
+    QJsonArray list;
+    const QVector<Catalogue::CategoryEntry> categories = Catalogue::instance().correctiveCategories(call.language);
+    for (const Catalogue::CategoryEntry& category : categories) {
+        QJsonArray storages;
+        for (const Catalogue::StorageEntry& storage : category.storages)
+            storages.append(QJsonObject{{QStringLiteral("id"), storage.id},
+                                        {QStringLiteral("title"), storage.title},
+                                        {QStringLiteral("frequencies"), storage.frequencies}});
+        list.append(QJsonObject{{QStringLiteral("title"), category.title}, {QStringLiteral("storages"), storages}});
+    }
+    return json(list);
+}
+
+Reply Api::analyseMarkers(const Call& call)
+{
+    const JsonInput input(call.request.body);
+    const QString patientId = input.text("patientId");
+    const QString storageId = input.text("storageId");
+    const QStringList recordIds = input.texts("records");
+    Patients patients(m_database, call.practitioner.id);
+    knownPatient(patients, patientId);
+    if (recordIds.isEmpty())
+        throw Failure(400, Messages::NoRecordGiven);
+    if (recordIds.size() > 1)
+        throw Failure(501, Messages::SeveralRecords);
+    const Catalogue::Storage* storage = Catalogue::instance().storage(storageId);
+    if (!storage)
+        throw Failure(404, Messages::NoSuchStorage);
+
+    Records records(m_database, call.practitioner.id);
+    QJsonArray rows;
+    for (const MarkerAnalysis::Row& row :
+         MarkerAnalysis::rows(*storage, {analysisOf(records, patientId, recordIds.first())}))
+        rows.append(markerJson(*row.marker, row.values, call.language));
+    return json(QJsonObject{{QStringLiteral("rows"), rows}});
+}
+
+Reply Api::loadRecipe(const Call& call)
+{
+    const QString patientId = call.ids.first();
+    const QString recordId = call.ids.last();
+    Patients patients(m_database, call.practitioner.id);
+    knownPatient(patients, patientId);
+    Records records(m_database, call.practitioner.id);
+    if (!isId(recordId) || !records.find(patientId, recordId))
+        throw Failure(404, Messages::NoSuchRecord);
+    const Recipe recipe = Recipes(m_database, call.practitioner.id).load(patientId, recordId);
+    QJsonArray list;
+    if (!recipe.markerIds.isEmpty()) {
+        const MarkerAnalysis analysis = analysisOf(records, patientId, recordId);
+        for (const QString& id : recipe.markerIds) {
+            // A later catalogue may have dropped a marker that an earlier recipe names.
+            if (const Catalogue::Marker* marker = Catalogue::instance().marker(id))
+                list.append(markerJson(*marker, {analysis.value(*marker)}, call.language));
+        }
+    }
+    return json(list);
+}
+
+Reply Api::saveRecipe(const Call& call)
+{
+    const JsonInput input(call.request.body);
+    const QString patientId = input.text("patientId");
+    const QString recordId = input.text("recordId");
+    input.optionalText("deviceId");
+    Recipe recipe;
+    recipe.duration = input.optionalNumber("duration", maxDuration);
+    const QString command = input.optionalText("command");
+    Patients patients(m_database, call.practitioner.id);
+    knownPatient(patients, patientId);
+    recipe.markerIds = knownMarkers(input);
+    if (!command.isEmpty())
+        throw Failure(501, Messages::NotAvailable);
+    if (!isId(recordId) || !Recipes(m_database, call.practitioner.id).save(patientId, recordId, recipe))
+        throw Failure(404, Messages::NoSuchRecord);
+    return json(QJsonObject());
+}
+
+Reply Api::makeRecipe(const Call& call)
+{
+    const JsonInput input(call.request.body);
+    const QString patientId = input.text("patientId");
+    const QString recordId = input.text("recordId");
+    input.optionalText("deviceId");
+    input.optionalText("command");
+    input.optionalNumber("duration", maxDuration);
+    Patients patients(m_database, call.practitioner.id);
+    knownPatient(patients, patientId);
+    if (!isId(recordId) || !Records(m_database, call.practitioner.id).find(patientId, recordId))
+        throw Failure(404, Messages::NoSuchRecord);
+    const QStringList markers = knownMarkers(input);
+
+    QHash<QString, QByteArray> made;
+    QVector<QByteArray> blocks;
+    blocks.reserve(markers.size());
+    for (const QString& id : markers) {
+        if (!made.contains(id))
+            made.insert(id, Synthesis::block(Catalogue::instance().marker(id)->frequencies));
+        blocks.append(made.value(id));
+    }
+    const QByteArray body = ReplyEncoding::blocks(blocks);
+    if (body.isEmpty())
+        throw Failure(500, Messages::ServerFailed);
+    return text(body);
+}
+
+Reply Api::exportWorkbook(const Call& call)
+{
+    const JsonInput input(call.request.body);
+    Patients patients(m_database, call.practitioner.id);
+    const Patient patient = knownPatient(patients, input.text("patientId"));
+    Workbook::PatientSheet sheet;
+    sheet.name = patient.name;
+    sheet.birthDate = patient.birthDate;
+    sheet.age = patient.age(QDate::currentDate());
+    sheet.gender = patient.gender;
+    sheet.phone = patient.phone;
+    sheet.notes = patient.notes;
+    sheet.lastRecordAt = patient.lastRecordAt.toLocalTime();
+    QVector<Workbook::RecordRow> rows;
+    const QVector<Record> records = Records(m_database, call.practitioner.id).list(patient.id);
+    for (const Record& record : records)
+        rows.append({record.recordedAt.toLocalTime(), record.doctorName, false, record.sensorId});
+    const QByteArray workbook = Workbook::create(sheet, rows, call.language);
+    if (workbook.isEmpty())
+        throw Failure(500, Messages::ServerFailed);
+    return text(workbook.toBase64());
+}
+
+Reply Api::notAvailable(const Call&)
+{
+    throw Failure(501, Messages::NotAvailable);
+}
+
+} // namespace server

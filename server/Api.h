@@ -1,0 +1,80 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "server/Accounts.h"
+#include "server/RequestHandler.h"
+
+#include <QList>
+#include <QStringList>
+#include <QVector>
+
+namespace server {
+
+class Database;
+
+/// The operations of the server: which request does what, who may do it, and how the answer reads on the wire.
+class Api : public RequestHandler
+{
+public:
+    /// The most markers that a recipe may hold.
+    static constexpr int maxMarkers = 500;
+    /// The most rows that a page of patients may have, and how many it has if the request does not say.
+    static constexpr int maxPageSize = 500;
+    static constexpr int defaultPageSize = 20;
+    /// The longest text to search for, in UTF-16 units.
+    static constexpr int maxNeedle = 1000;
+    /// The longest identity of a sensor, in UTF-16 units.
+    static constexpr int maxSensorId = 255;
+
+    /// The database has to outlive this object. A session lasts `sessionHours`.
+    Api(Database& database, int sessionHours);
+
+    Reply handle(const Request& request) override;
+    Reply refuse(int status, const QByteArray& acceptLanguage) override;
+
+private:
+    struct Call
+    {
+        const Request& request;
+        QStringList ids; ///< from the path
+        Practitioner practitioner;
+        QString language;
+    };
+
+    using Operation = Reply (Api::*)(const Call&);
+
+    struct Route
+    {
+        QByteArray method;
+        QList<QByteArray> segments; ///< "*" stands for an id
+        Operation operation;
+        bool open; ///< needs no session
+    };
+
+    void route(const char* method, const char* path, Operation operation, bool open = false);
+    const Route& find(const Request& request, QStringList& ids) const;
+    Practitioner authenticate(const Request& request);
+
+    Reply login(const Call& call);
+    Reply listPatients(const Call& call);
+    Reply filterPatients(const Call& call);
+    Reply createPatient(const Call& call);
+    Reply updatePatient(const Call& call);
+    Reply deletePatient(const Call& call);
+    Reply listRecords(const Call& call);
+    Reply uploadRecord(const Call& call);
+    Reply deleteRecord(const Call& call);
+    Reply correctiveCategories(const Call& call);
+    Reply analyseMarkers(const Call& call);
+    Reply loadRecipe(const Call& call);
+    Reply saveRecipe(const Call& call);
+    Reply makeRecipe(const Call& call);
+    Reply exportWorkbook(const Call& call);
+    Reply notAvailable(const Call& call);
+
+    Database& m_database;
+    Accounts m_accounts;
+    QVector<Route> m_routes;
+};
+
+} // namespace server

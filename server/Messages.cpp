@@ -1,0 +1,138 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "server/Messages.h"
+
+#include "server/LocalText.h"
+
+#include <QList>
+
+namespace server {
+
+namespace {
+
+LocalText textOf(Messages::Id id)
+{
+    switch (id) {
+    case Messages::BadRequest:
+        return {QStringLiteral("The server did not understand the request."),
+                QStringLiteral("Сервер не понял запрос.")};
+    case Messages::NoJsonObject:
+        return {QStringLiteral("The request does not hold a JSON object."),
+                QStringLiteral("В запросе нет объекта JSON.")};
+    case Messages::WrongField:
+        return {QStringLiteral("The request lacks \"%1\", or has it in a wrong form."),
+                QStringLiteral("В запросе нет значения «%1», или оно записано неверно.")};
+    case Messages::NoSuchPath:
+        return {QStringLiteral("The server knows no such address."), QStringLiteral("Такого адреса на сервере нет.")};
+    case Messages::MethodNotAllowed:
+        return {QStringLiteral("This address does not take such a request."),
+                QStringLiteral("Этот адрес не принимает такой запрос.")};
+    case Messages::TooLarge:
+        return {QStringLiteral("The request is too large."), QStringLiteral("Запрос слишком велик.")};
+    case Messages::LengthRequired:
+        return {QStringLiteral("The request has to tell its length."),
+                QStringLiteral("В запросе должна быть указана его длина.")};
+    case Messages::Compressed:
+        return {QStringLiteral("The server does not take compressed requests."),
+                QStringLiteral("Сервер не принимает сжатые запросы.")};
+    case Messages::AddressTooLong:
+        return {QStringLiteral("The address of the request is too long."),
+                QStringLiteral("Адрес запроса слишком длинный.")};
+    case Messages::ServerFailed:
+        return {QStringLiteral("The server could not carry out the request. Please try again later."),
+                QStringLiteral("Сервер не смог выполнить запрос. Попробуйте ещё раз позже.")};
+    case Messages::NotAvailable:
+        return {QStringLiteral("This server does not offer this function yet."),
+                QStringLiteral("На этом сервере такой возможности пока нет.")};
+    case Messages::LoginRequired:
+        return {QStringLiteral("Please log in."), QStringLiteral("Войдите в систему.")};
+    case Messages::SessionExpired:
+        return {QStringLiteral("Your session has expired. Please start the program again and log in."),
+                QStringLiteral("Срок вашего сеанса истёк. Запустите программу заново и войдите в систему.")};
+    case Messages::LoginFailed:
+        return {QStringLiteral("The user name or the password is wrong."),
+                QStringLiteral("Неверное имя пользователя или пароль.")};
+    case Messages::NoSuchPatient:
+        return {QStringLiteral("There is no such patient."), QStringLiteral("Такого пациента нет.")};
+    case Messages::NoSuchRecord:
+        return {QStringLiteral("There is no such record."), QStringLiteral("Такой записи нет.")};
+    case Messages::NoSuchStorage:
+        return {QStringLiteral("There is no such collection of markers."),
+                QStringLiteral("Такого набора маркеров нет.")};
+    case Messages::NoSuchMarker:
+        return {QStringLiteral("The recipe names a marker that does not exist."),
+                QStringLiteral("В рецепте указан маркер, которого нет.")};
+    case Messages::TooManyMarkers:
+        return {QStringLiteral("A recipe holds at most %1 markers."),
+                QStringLiteral("В рецепте может быть не больше %1 маркеров.")};
+    case Messages::BadQuery:
+        return {QStringLiteral("The value of \"%1\" is not valid."), QStringLiteral("Недопустимое значение «%1».")};
+    case Messages::NeedleTooLong:
+        return {QStringLiteral("The text to search for is too long."),
+                QStringLiteral("Искомый текст слишком длинный.")};
+    case Messages::NoRecordGiven:
+        return {QStringLiteral("No record was chosen."), QStringLiteral("Не выбрана ни одна запись.")};
+    case Messages::SeveralRecords:
+        return {QStringLiteral("This server cannot analyse several records at once yet."),
+                QStringLiteral("Этот сервер пока не умеет анализировать несколько записей сразу.")};
+    case Messages::FormExpected:
+        return {QStringLiteral("A record is uploaded as a multipart form."),
+                QStringLiteral("Запись передаётся в виде составной формы.")};
+    case Messages::UploadParts:
+        return {QStringLiteral("The upload has to consist of one \"patientId\" and one \"record\"."),
+                QStringLiteral("Передача должна состоять из одной части «patientId» и одной части «record».")};
+    case Messages::SensorIdTooLong:
+        return {QStringLiteral("The identity of the sensor is not valid."),
+                QStringLiteral("Недопустимый идентификатор датчика.")};
+    case Messages::NameEmpty:
+        return {QStringLiteral("must not be empty."), QStringLiteral("— укажите имя.")};
+    case Messages::NameInvalid:
+        return {QStringLiteral("must be a text of at most %1 characters in one line."),
+                QStringLiteral("— имя должно быть текстом в одну строку не длиннее %1 символов.")};
+    case Messages::BirthDateInvalid:
+        return {QStringLiteral("is not a valid date."), QStringLiteral("— недопустимая дата рождения.")};
+    case Messages::BirthDateInFuture:
+        return {QStringLiteral("lies in the future."), QStringLiteral("— дата рождения ещё не наступила.")};
+    case Messages::GenderInvalid:
+        return {QStringLiteral("must be MALE or FEMALE."), QStringLiteral("— укажите пол: MALE или FEMALE.")};
+    case Messages::PhoneInvalid:
+        return {QStringLiteral("must be a text of at most %1 characters in one line."),
+                QStringLiteral("— телефон должен быть текстом в одну строку не длиннее %1 символов.")};
+    case Messages::NotesInvalid:
+        return {QStringLiteral("must be a text of at most %1 characters."),
+                QStringLiteral("— заметки должны быть текстом не длиннее %1 символов.")};
+    }
+    return {};
+}
+
+} // namespace
+
+QString Messages::text(Id id, const QString& language)
+{
+    return textOf(id).in(language);
+}
+
+QString Messages::language(const QByteArray& acceptLanguage)
+{
+    QString best;
+    double bestWeight = 0;
+    for (const QByteArray& entry : acceptLanguage.split(',')) {
+        const QList<QByteArray> fields = entry.split(';');
+        const QByteArray tag = fields.first().trimmed().toLower();
+        const QByteArray primary = tag.mid(0, tag.indexOf('-'));
+        if (primary != "ru" && primary != "en")
+            continue;
+        double weight = 1;
+        for (int i = 1; i < fields.size(); ++i) {
+            const QByteArray parameter = fields.at(i).trimmed();
+            if (parameter.startsWith("q="))
+                weight = parameter.mid(2).toDouble();
+        }
+        if (weight > bestWeight) {
+            best = QString::fromLatin1(primary);
+            bestWeight = weight;
+        }
+    }
+    return best;
+}
+
+} // namespace server

@@ -1,0 +1,159 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "server/Options.h"
+
+#include <QCommandLineParser>
+#include <QStandardPaths>
+
+namespace server {
+
+namespace {
+
+constexpr int maxSessionHours = 24 * 366;
+
+Options refusal(const QString& text)
+{
+    Options options;
+    options.action = Options::Action::Refuse;
+    options.text = text;
+    return options;
+}
+
+/// "HOST:PORT", with brackets around the colons of an IPv6 address.
+bool readAddress(const QString& text, QString& host, int& port)
+{
+    const int colon = text.lastIndexOf(QLatin1Char(':'));
+    if (colon < 1)
+        return false;
+    QString name = text.left(colon);
+    const bool bracketed = name.startsWith(QLatin1Char('[')) && name.endsWith(QLatin1Char(']'));
+    if (bracketed)
+        name = name.mid(1, name.size() - 2);
+    bool sound = false;
+    const int number = text.mid(colon + 1).toInt(&sound);
+    if (!sound || number < 0 || number > 65535 || name.isEmpty() || name.contains(QLatin1Char(':')) != bracketed)
+        return false;
+    host = name;
+    port = number;
+    return true;
+}
+
+/// A path, or "sqlite:" before one. False for the address of another engine and for what would not be a file.
+bool readDatabase(const QString& text, QString& path)
+{
+    const QString scheme = QStringLiteral("sqlite:");
+    path = text.startsWith(scheme) ? text.mid(scheme.size()) : text;
+    return !path.isEmpty() && !path.contains(QLatin1String("://")) && path != QLatin1String(":memory:") &&
+           !path.contains(QChar(QChar::Null));
+}
+
+} // namespace
+
+Options Options::parse(const QStringList& arguments)
+{
+    QCommandLineParser parser;
+    parser.setApplicationDescription(
+        QStringLiteral("The local server of Quelmar: keeps practitioners, patients and records in one file and answers "
+                       "the client.\n\n"
+                       "Without a command it serves until it is interrupted. Commands:\n"
+                       "  practitioner add NAME    adds one who may log in; the password is asked for\n"
+                       "  practitioner list        shows those who may log in"));
+    const QCommandLineOption help({QStringLiteral("h"), QStringLiteral("help")}, QStringLiteral("Shows this help."));
+    const QCommandLineOption version(QStringLiteral("version"), QStringLiteral("Shows the version."));
+    const QCommandLineOption listen(QStringLiteral("listen"),
+                                    QStringLiteral("Address to listen on; port 0 takes any free one."),
+                                    QStringLiteral("HOST:PORT"), QStringLiteral("127.0.0.1:18620"));
+    const QCommandLineOption file(
+        QStringLiteral("database"),
+        QStringLiteral("SQLite file with the data, made if it is not there, by default quelmar-server.sqlite in the "
+                       "folder quelmar of the user's data folder."),
+        QStringLiteral("PATH"));
+    const QCommandLineOption demonstration(
+        QStringLiteral("demo"), QStringLiteral("Adds the practitioner \"demo\" with a dozen patients, once."));
+    const QCommandLineOption hours(QStringLiteral("session-hours"), QStringLiteral("How long a login lasts."),
+                                   QStringLiteral("HOURS"), QStringLiteral("168"));
+    const QCommandLineOption secret(QStringLiteral("password-file"),
+                                    QStringLiteral("practitioner add: file whose first line is the password."),
+                                    QStringLiteral("FILE"));
+    const QCommandLineOption tongue(QStringLiteral("language"), QStringLiteral("practitioner add: en or ru."),
+                                    QStringLiteral("CODE"), QStringLiteral("en"));
+    const QCommandLineOption state(QStringLiteral("country"),
+                                   QStringLiteral("practitioner add: such as US, by default that of the language."),
+                                   QStringLiteral("CODE"));
+    const QCommandLineOption whole(QStringLiteral("full-name"),
+                                   QStringLiteral("practitioner add: the name that records bear."),
+                                   QStringLiteral("NAME"));
+    parser.addOptions({help, version, listen, file, demonstration, hours, secret, tongue, state, whole});
+    parser.addPositionalArgument(QStringLiteral("command"), QStringLiteral("See above."),
+                                 QStringLiteral("[practitioner add NAME | practitioner list]"));
+
+    if (!parser.parse(arguments))
+        return refusal(parser.errorText());
+    Options options;
+    if (parser.isSet(help)) {
+        options.action = Action::ShowHelp;
+        options.text = parser.helpText();
+        return options;
+    }
+    if (parser.isSet(version)) {
+        options.action = Action::ShowVersion;
+        return options;
+    }
+
+    if (parser.isSet(file)) {
+        if (!readDatabase(parser.value(file), options.database))
+            return refusal(
+                QStringLiteral("--database takes the path of an SQLite file, not \"%1\"").arg(parser.value(file)));
+    } else {
+        options.database = defaultDatabase();
+    }
+
+    const QStringList command = parser.positionalArguments();
+    const bool adding = command.mid(0, 2) == QStringList{QStringLiteral("practitioner"), QStringLiteral("add")};
+    const bool listing = command == QStringList{QStringLiteral("practitioner"), QStringLiteral("list")};
+    if (!command.isEmpty() && !listing && !(adding && command.size() == 3)) {
+        return refusal(adding ? QStringLiteral("\"practitioner add\" takes one name")
+                              : QStringLiteral("unknown command \"%1\"").arg(command.join(QLatin1Char(' '))));
+    }
+    if (!adding) {
+        for (const QCommandLineOption& option : {secret, tongue, state, whole}) {
+            if (parser.isSet(option))
+                return refusal(QStringLiteral("--%1 belongs to \"practitioner add\"").arg(option.names().constFirst()));
+        }
+    }
+    if (!command.isEmpty()) {
+        for (const QCommandLineOption& option : {listen, demonstration, hours}) {
+            if (parser.isSet(option))
+                return refusal(QStringLiteral("--%1 does not belong to a command").arg(option.names().constFirst()));
+        }
+        options.action = adding ? Action::AddPractitioner : Action::ListPractitioners;
+        if (adding) {
+            options.practitioner = command.last();
+            options.passwordFile = parser.value(secret);
+            options.language = parser.value(tongue);
+            options.country = parser.isSet(state)                       ? parser.value(state)
+                              : options.language == QLatin1String("en") ? QStringLiteral("US")
+                                                                        : options.language.toUpper();
+            options.fullName = parser.value(whole);
+        }
+        return options;
+    }
+
+    if (!readAddress(parser.value(listen), options.host, options.port))
+        return refusal(QStringLiteral("--listen takes HOST:PORT, not \"%1\"").arg(parser.value(listen)));
+    bool sound = false;
+    options.sessionHours = parser.value(hours).toInt(&sound);
+    if (!sound || options.sessionHours < 1 || options.sessionHours > maxSessionHours)
+        return refusal(QStringLiteral("--session-hours takes a number from 1 to %1, not \"%2\"")
+                           .arg(maxSessionHours)
+                           .arg(parser.value(hours)));
+    options.demo = parser.isSet(demonstration);
+    return options;
+}
+
+QString Options::defaultDatabase()
+{
+    return QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation) +
+           QStringLiteral("/quelmar/quelmar-server.sqlite");
+}
+
+} // namespace server

@@ -1,0 +1,43 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <QString>
+#include <QStringList>
+
+namespace server {
+
+/// What the command line asks for.
+struct Options
+{
+    enum class Action
+    {
+        Serve,
+        AddPractitioner,
+        ListPractitioners,
+        ShowHelp,
+        ShowVersion,
+        Refuse, ///< `text` says what is wrong
+    };
+
+    Action action = Action::Serve;
+    QString host = QStringLiteral("127.0.0.1");
+    int port = 18620; ///< 0: any free one
+    QString database; ///< path of the SQLite file
+    int sessionHours = 24 * 7;
+    bool demo = false;
+
+    QString practitioner;
+    QString fullName;
+    QString passwordFile; ///< empty: asked for
+    QString language = QStringLiteral("en");
+    QString country = QStringLiteral("US");
+
+    QString text; ///< to print, for help and refusal
+
+    /// Never fails otherwise than by Action::Refuse. The first argument is the program's name.
+    static Options parse(const QStringList& arguments);
+    /// The file that is used if none is named, under the user's data folder.
+    static QString defaultDatabase();
+};
+
+} // namespace server

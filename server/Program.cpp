@@ -1,0 +1,145 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "server/Program.h"
+
+#include "server/Accounts.h"
+#include "server/Api.h"
+#include "server/Database.h"
+#include "server/DatabaseError.h"
+#include "server/Demo.h"
+#include "server/HttpServer.h"
+#include "server/PasswordPrompt.h"
+#include "server/Secrets.h"
+#include "server/StopSignal.h"
+
+#include <QCoreApplication>
+
+#include <cstdio>
+
+#include <sys/stat.h>
+
+namespace server {
+
+namespace {
+
+constexpr int failed = 1;
+constexpr int misused = 2;
+
+void print(const QString& line)
+{
+    std::fprintf(stdout, "%s\n", line.toUtf8().constData());
+    std::fflush(stdout);
+}
+
+int complain(const QString& text, int code = failed)
+{
+    std::fprintf(stderr, "quelmar-server: %s\n", text.toUtf8().constData());
+    return code;
+}
+
+QString address(const QString& host, int port)
+{
+    return (host.contains(QLatin1Char(':')) ? QStringLiteral("http://[%1]:%2") : QStringLiteral("http://%1:%2"))
+        .arg(host)
+        .arg(port);
+}
+
+} // namespace
+
+int Program::run(const QStringList& arguments)
+{
+    const Options options = Options::parse(arguments);
+    switch (options.action) {
+    case Options::Action::Refuse:
+        return complain(options.text + QStringLiteral("\nTry \"quelmar-server --help\"."), misused);
+    case Options::Action::ShowHelp:
+        print(options.text);
+        return 0;
+    case Options::Action::ShowVersion:
+        print(QStringLiteral("quelmar-server ") + QStringLiteral(QUELMAR_VERSION));
+        return 0;
+    default:
+        break;
+    }
+
+    if (!Secrets::initialize())
+        return complain(QStringLiteral("the system gives no random numbers"));
+    // The file holds what only its owner may read.
+    umask(S_IRWXG | S_IRWXO);
+    QString error;
+    const std::unique_ptr<Database> database = Database::open(options.database, error);
+    if (!database)
+        return complain(QStringLiteral("cannot use the database %1: %2").arg(options.database, error));
+    try {
+        Accounts accounts(*database);
+        if (options.action == Options::Action::AddPractitioner)
+            return addPractitioner(accounts, options);
+        if (options.action == Options::Action::ListPractitioners)
+            return listPractitioners(accounts);
+        if (options.demo && !addDemo(*database, accounts))
+            return failed;
+        return serve(*database, options);
+    } catch (const DatabaseError& failure) {
+        return complain(QStringLiteral("the database %1 failed: %2").arg(options.database, failure.text()));
+    }
+}
+
+int Program::serve(Database& database, const Options& options)
+{
+    Api api(database, options.sessionHours);
+    HttpServer server(api);
+    const StopSignal stop([&server] { server.stop(); });
+    QString error;
+    if (!server.bind(options.host, options.port, error))
+        return complain(error);
+    print(QStringLiteral("listening on ") + address(options.host, server.port()));
+    if (!server.run())
+        return complain(QStringLiteral("no more connections could be accepted"));
+    print(QStringLiteral("stopped"));
+    return 0;
+}
+
+int Program::addPractitioner(Accounts& accounts, const Options& options)
+{
+    Practitioner practitioner;
+    practitioner.name = options.practitioner;
+    practitioner.fullName = options.fullName;
+    practitioner.language = options.language;
+    practitioner.country = options.country;
+    if (accounts.find(practitioner.name))
+        return complain(QStringLiteral("there is a practitioner \"%1\" already").arg(practitioner.name));
+    QString password;
+    QString error;
+    const bool read = options.passwordFile.isEmpty() ? PasswordPrompt::fromInput(password, error)
+                                                     : PasswordPrompt::fromFile(options.passwordFile, password, error);
+    if (read)
+        error = Accounts::objection(practitioner, password);
+    if (!error.isEmpty())
+        return complain(error);
+    if (!accounts.add(practitioner, password))
+        return complain(QStringLiteral("the practitioner \"%1\" could not be added").arg(practitioner.name));
+    print(QStringLiteral("added the practitioner \"%1\"").arg(practitioner.name));
+    return 0;
+}
+
+int Program::listPractitioners(Accounts& accounts)
+{
+    const QVector<Practitioner> all = accounts.all();
+    for (const Practitioner& practitioner : all)
+        print(QStringLiteral("%1\t%2_%3\t%4")
+                  .arg(practitioner.name, practitioner.language, practitioner.country, practitioner.fullName));
+    return 0;
+}
+
+bool Program::addDemo(Database& database, Accounts& accounts)
+{
+    if (!Demo::add(database, accounts)) {
+        complain(QStringLiteral("the demo practitioner could not be added"));
+        return false;
+    }
+    print(accounts.passwordMatches(Demo::name(), Demo::password())
+              ? QStringLiteral("demo practitioner: name \"%1\", password \"%2\"").arg(Demo::name(), Demo::password())
+              : QStringLiteral("demo practitioner: name \"%1\", with a password of its own").arg(Demo::name()));
+    return true;
+}
+
+} // namespace server

@@ -1,0 +1,30 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <QByteArray>
+#include <QHash>
+#include <QVector>
+
+namespace server {
+
+/// One HTTP request as it came over the wire, with nothing decoded but the parts of a multipart form.
+struct Request
+{
+    struct Part
+    {
+        QByteArray name;
+        QByteArray content;
+    };
+
+    QByteArray method;
+    QByteArray path;                       ///< still percent-encoded, without the query
+    QByteArray query;                      ///< still percent-encoded, without the "?"
+    QHash<QByteArray, QByteArray> headers; ///< names in lower case; of a repeated header the first value
+    QByteArray body;                       ///< empty for a multipart form
+    QVector<Part> parts;                   ///< of a multipart form, in no promised order
+    bool multipart = false;
+
+    QByteArray header(const QByteArray& lowerCaseName) const { return headers.value(lowerCaseName); }
+};
+
+} // namespace server
