@@ -1,0 +1,96 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "tests/server/ServerProcess.h"
+
+#include <QElapsedTimer>
+#include <QRegularExpression>
+
+#include <signal.h>
+
+namespace {
+
+// Far above what is ever needed, for machines under load and sanitized builds.
+constexpr int patience = 60000;
+
+QString program()
+{
+    return QStringLiteral(QUELMAR_SERVER);
+}
+
+} // namespace
+
+ServerProcess::~ServerProcess()
+{
+    if (m_process.state() != QProcess::NotRunning)
+        kill();
+}
+
+ServerProcess::Outcome ServerProcess::run(const QStringList& arguments, const QByteArray& input)
+{
+    QProcess process;
+    process.start(program(), arguments);
+    process.write(input);
+    process.closeWriteChannel();
+    Outcome outcome;
+    const bool ended = process.waitForFinished(patience);
+    outcome.output = process.readAllStandardOutput();
+    outcome.errors = process.readAllStandardError();
+    if (ended && process.exitStatus() == QProcess::NormalExit) {
+        outcome.exitCode = process.exitCode();
+    } else if (!ended) {
+        process.kill();
+        process.waitForFinished(patience);
+    }
+    return outcome;
+}
+
+bool ServerProcess::addPractitioner(const QString& database, const QString& name, const QString& password,
+                                    const QStringList& options)
+{
+    const QStringList arguments{QStringLiteral("--database"), database, QStringLiteral("practitioner"),
+                                QStringLiteral("add"), name};
+    return run(arguments + options, password.toUtf8() + '\n').exitCode == 0;
+}
+
+bool ServerProcess::start(const QString& database, const QStringList& options)
+{
+    m_output.clear();
+    m_url.clear();
+    m_process.start(program(), QStringList{QStringLiteral("--listen"), QStringLiteral("127.0.0.1:0"),
+                                           QStringLiteral("--database"), database} +
+                                   options);
+    static const QRegularExpression line(QStringLiteral("^listening on (http://127\\.0\\.0\\.1:[1-9][0-9]*)$"),
+                                         QRegularExpression::MultilineOption);
+    QElapsedTimer waited;
+    waited.start();
+    while (waited.elapsed() < patience) {
+        const QRegularExpressionMatch match = line.match(QString::fromUtf8(output()));
+        if (match.hasMatch()) {
+            m_url = match.captured(1);
+            return true;
+        }
+        if (!m_process.waitForReadyRead(patience) && m_process.state() == QProcess::NotRunning)
+            break;
+    }
+    qWarning("the server did not start: %s", m_process.readAllStandardError().constData());
+    return false;
+}
+
+int ServerProcess::stop(int signal)
+{
+    ::kill(pid_t(m_process.processId()), signal);
+    if (!m_process.waitForFinished(patience) || m_process.exitStatus() != QProcess::NormalExit)
+        return -1;
+    return m_process.exitCode();
+}
+
+void ServerProcess::kill()
+{
+    m_process.kill();
+    m_process.waitForFinished(patience);
+}
+
+QByteArray ServerProcess::output()
+{
+    m_output += m_process.readAllStandardOutput();
+    return m_output;
+}

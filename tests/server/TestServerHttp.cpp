@@ -1,0 +1,464 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "server/HttpServer.h"
+#include "server/RequestHandler.h"
+
+#include <QTcpSocket>
+#include <QTest>
+
+#include <atomic>
+#include <memory>
+#include <stdexcept>
+#include <thread>
+#include <vector>
+
+using namespace server;
+
+namespace {
+
+/// Repeats what it was given, so that a test can see what the server made of the bytes on the wire.
+class Echo : public RequestHandler
+{
+public:
+    Reply handle(const Request& request) override
+    {
+        if (request.path == "/throw")
+            throw std::runtime_error("inner secret");
+        ++handled;
+        Reply reply;
+        reply.contentType = "text/plain";
+        reply.body = request.method + '|' + request.path + '|' + request.query + '|' + request.body + '|' +
+                     request.header("quelmar-id") + '|';
+        for (const Request::Part& part : request.parts)
+            reply.body += part.name + '=' + QByteArray::number(part.content.size()) + ';';
+        return reply;
+    }
+
+    Reply refuse(int status, const QByteArray& acceptLanguage) override
+    {
+        Reply reply;
+        reply.status = status;
+        reply.body = "refused " + QByteArray::number(status) + ' ' + acceptLanguage;
+        return reply;
+    }
+
+    std::atomic<int> handled{0};
+};
+
+} // namespace
+
+/// The wire below the operations: what the server accepts as a request, where it stops reading, and how it ends.
+class TestServerHttp : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init();
+    void cleanup();
+
+    void passesRequestsOn_data();
+    void passesRequestsOn();
+    void keepsTheConnection();
+    void takesPipelinedRequests();
+    void takesSlowRequests();
+    void waitsForTheBodyAfterContinue();
+    void refusesContinueForALargeBody();
+    void takesTheLargestBody();
+    void refuses_data();
+    void refuses();
+    void hangsUpOnAnEndlessAddress();
+    void hangsUpOnAnEndlessRequest();
+    void stopsWhileARequestIsRead();
+    void closesWithBytesUnread();
+    void survivesBrokenConnections();
+    void headHasNoBody();
+    void rangesAndEncodingsChangeNothing();
+    void exceptionsAreNotTold();
+    void servesMoreClientsThanThreads();
+    void stopsBeforeItRuns();
+
+private:
+    std::unique_ptr<QTcpSocket> connected();
+    /// Everything that comes until the server closes.
+    QByteArray all(QTcpSocket& socket);
+    /// One reply with a Content-Length.
+    QByteArray one(QTcpSocket& socket);
+    QByteArray exchange(const QByteArray& request);
+
+    std::unique_ptr<Echo> m_echo;
+    std::unique_ptr<HttpServer> m_server;
+    std::thread m_thread;
+    bool m_sound = false;
+};
+
+void TestServerHttp::init()
+{
+    m_echo = std::make_unique<Echo>();
+    m_server = std::make_unique<HttpServer>(*m_echo);
+    QString error;
+    QVERIFY2(m_server->bind(QStringLiteral("127.0.0.1"), 0, error), qPrintable(error));
+    QVERIFY(m_server->port() > 0);
+    m_thread = std::thread([this] { m_sound = m_server->run(); });
+}
+
+void TestServerHttp::cleanup()
+{
+    m_server->stop();
+    m_server->stop();
+    m_thread.join();
+    QVERIFY(m_sound);
+    m_server.reset();
+}
+
+std::unique_ptr<QTcpSocket> TestServerHttp::connected()
+{
+    auto socket = std::make_unique<QTcpSocket>();
+    socket->connectToHost(QStringLiteral("127.0.0.1"), quint16(m_server->port()));
+    if (!socket->waitForConnected())
+        qWarning("no connection");
+    return socket;
+}
+
+QByteArray TestServerHttp::all(QTcpSocket& socket)
+{
+    QByteArray received;
+    while (socket.state() != QAbstractSocket::UnconnectedState && socket.waitForReadyRead(60000))
+        received += socket.readAll();
+    return received + socket.readAll();
+}
+
+QByteArray TestServerHttp::one(QTcpSocket& socket)
+{
+    static const QByteArray key = "Content-Length: ";
+    QByteArray received;
+    int wanted = 0;
+    // The head comes byte by byte, to leave what belongs to the next reply.
+    while (wanted == 0 || received.size() < wanted) {
+        if (socket.bytesAvailable() == 0 && !socket.waitForReadyRead(60000))
+            break;
+        received += socket.read(wanted == 0 ? 1 : wanted - received.size());
+        if (wanted == 0 && received.endsWith("\r\n\r\n")) {
+            const int at = received.indexOf(key) + key.size();
+            wanted = received.size() + received.mid(at, received.indexOf('\r', at) - at).toInt();
+        }
+    }
+    return received;
+}
+
+QByteArray TestServerHttp::exchange(const QByteArray& request)
+{
+    const auto socket = connected();
+    socket->write(request);
+    return all(*socket);
+}
+
+void TestServerHttp::passesRequestsOn_data()
+{
+    QTest::addColumn<QByteArray>("request");
+    QTest::addColumn<QByteArray>("echo");
+    const QByteArray close = "Connection: close\r\n";
+    QTest::newRow("GET") << "GET /a/b?c=d&e HTTP/1.1\r\n" + close + "\r\n" << QByteArray("GET|/a/b|c=d&e|||");
+    QTest::newRow("encoded") << "GET /a%2Fb%20?c=%26 HTTP/1.1\r\n" + close + "\r\n"
+                             << QByteArray("GET|/a%2Fb%20|c=%26|||");
+    QTest::newRow("long path") << "GET /" + QByteArray(8000, 'a') + " HTTP/1.1\r\n" + close + "\r\n"
+                               << "GET|/" + QByteArray(8000, 'a') + "||||";
+    QTest::newRow("POST") << "POST /p HTTP/1.1\r\nContent-Length: 3\r\n" + close + "\r\nabc"
+                          << QByteArray("POST|/p||abc||");
+    QTest::newRow("POST without a body") << "POST /p HTTP/1.1\r\n" + close + "\r\n" << QByteArray("POST|/p||||");
+    QTest::newRow("PUT") << "PUT /p HTTP/1.1\r\nContent-Length: 0\r\n" + close + "\r\n" << QByteArray("PUT|/p||||");
+    QTest::newRow("form") << "POST /p HTTP/1.1\r\nContent-Type: application/x-www-form-urlencoded\r\n"
+                             "Content-Length: 8\r\n" +
+                                 close + "\r\na=%26&b="
+                          << QByteArray("POST|/p||a=%26&b=||");
+    QTest::newRow("DELETE") << "DELETE /d HTTP/1.1\r\nContent-Type: application/json\r\n" + close + "\r\n"
+                            << QByteArray("DELETE|/d||||");
+    QTest::newRow("DELETE with a body") << "DELETE /d HTTP/1.1\r\nContent-Length: 2\r\n" + close + "\r\nxy"
+                                        << QByteArray("DELETE|/d||xy||");
+    QTest::newRow("header in any case") << "GET / HTTP/1.1\r\nqUELMAR-id: S 1\r\nQuelmar-ID: two\r\n" + close + "\r\n"
+                                        << QByteArray("GET|/|||S 1|");
+    QTest::newRow("HTTP/1.0") << QByteArray("GET /old HTTP/1.0\r\n\r\n") << QByteArray("GET|/old||||");
+    const QByteArray parts = "--b\r\nContent-Disposition: form-data; name=\"x\"\r\n\r\n12345\r\n--b\r\n"
+                             "Content-Disposition: form-data; name=\"y\"; filename=\"f\"\r\n"
+                             "Content-Type: application/octet-stream\r\n\r\n\r\n--b--\r\n";
+    QTest::newRow("parts") << "POST /u HTTP/1.1\r\nContent-Type: multipart/form-data; boundary=\"b\"\r\n"
+                              "Content-Length: " +
+                                  QByteArray::number(parts.size()) + "\r\n" + close + "\r\n" + parts
+                           << QByteArray("POST|/u||||x=5;y=0;");
+}
+
+void TestServerHttp::passesRequestsOn()
+{
+    QFETCH(QByteArray, request);
+    QFETCH(QByteArray, echo);
+    const QByteArray reply = exchange(request);
+    QVERIFY2(reply.startsWith("HTTP/1.1 200 OK\r\n"), reply.constData());
+    QCOMPARE(reply.mid(reply.indexOf("\r\n\r\n") + 4), echo);
+    QVERIFY(reply.contains("\r\nContent-Type: text/plain\r\n"));
+    QVERIFY(reply.contains("\r\nConnection: close\r\n"));
+}
+
+void TestServerHttp::keepsTheConnection()
+{
+    const auto socket = connected();
+    for (int i = 0; i < 20; ++i) {
+        const QByteArray body(i * 100, 'x');
+        socket->write("POST /" + QByteArray::number(i) +
+                      " HTTP/1.1\r\nContent-Length: " + QByteArray::number(body.size()) + "\r\n\r\n" + body);
+        const QByteArray reply = one(*socket);
+        QVERIFY(reply.endsWith("POST|/" + QByteArray::number(i) + "||" + body + "||"));
+        QVERIFY(!reply.contains("Connection: close"));
+    }
+}
+
+void TestServerHttp::takesPipelinedRequests()
+{
+    const QByteArray replies = exchange("POST /1 HTTP/1.1\r\nContent-Length: 1\r\n\r\naGET /2 HTTP/1.1\r\n\r\n"
+                                        "GET /3 HTTP/1.1\r\nConnection: close\r\n\r\n");
+    QCOMPARE(replies.count("HTTP/1.1 200 OK"), 3);
+    QVERIFY(replies.contains("POST|/1||a||"));
+    QVERIFY(replies.indexOf("GET|/2") < replies.indexOf("GET|/3"));
+}
+
+void TestServerHttp::takesSlowRequests()
+{
+    const auto socket = connected();
+    for (const char c : QByteArray("POST /slow HTTP/1.1\r\nContent-Length: 4\r\nConnection: close\r\n\r\nbody")) {
+        socket->putChar(c);
+        QVERIFY(socket->waitForBytesWritten());
+    }
+    QVERIFY(all(*socket).endsWith("POST|/slow||body||"));
+}
+
+void TestServerHttp::waitsForTheBodyAfterContinue()
+{
+    const auto socket = connected();
+    socket->write("POST /c HTTP/1.1\r\nContent-Length: 4\r\nExpect: 100-continue\r\nConnection: close\r\n\r\n");
+    QVERIFY(socket->waitForReadyRead(60000));
+    QVERIFY(socket->readAll().startsWith("HTTP/1.1 100 Continue\r\n"));
+    socket->write("body");
+    QVERIFY(all(*socket).endsWith("POST|/c||body||"));
+}
+
+void TestServerHttp::refusesContinueForALargeBody()
+{
+    const QByteArray reply = exchange("POST /c HTTP/1.1\r\nContent-Length: 99999999\r\nExpect: 100-continue\r\n\r\n");
+    QVERIFY2(reply.startsWith("HTTP/1.1 413 "), reply.constData());
+    QVERIFY(reply.contains("refused 413"));
+}
+
+void TestServerHttp::takesTheLargestBody()
+{
+    const QByteArray body(HttpServer::maxBodyBytes, 'x');
+    const QByteArray reply =
+        exchange("POST /l HTTP/1.1\r\nConnection: close\r\nContent-Length: " + QByteArray::number(body.size()) +
+                 "\r\n\r\n" + body);
+    QVERIFY(reply.startsWith("HTTP/1.1 200 OK"));
+    QVERIFY(reply.endsWith("|/l||" + body + "||"));
+}
+
+void TestServerHttp::refuses_data()
+{
+    QTest::addColumn<QByteArray>("request");
+    QTest::addColumn<int>("status");
+    const QByteArray post = "POST /p HTTP/1.1\r\nAccept-Language: xx\r\n";
+    QTest::newRow("one byte too many") << post + "Content-Length: " + QByteArray::number(HttpServer::maxBodyBytes + 1) +
+                                              "\r\n\r\n"
+                                       << 413;
+    QTest::newRow("one byte too many, sent")
+        << post + "Content-Length: " + QByteArray::number(HttpServer::maxBodyBytes + 1) + "\r\n\r\n" +
+               QByteArray(HttpServer::maxBodyBytes + 1, 'x')
+        << 413;
+    QTest::newRow("endless") << post + "Content-Length: 999999999999999999\r\n\r\n" + QByteArray(100000, 'x') << 413;
+    QTest::newRow("GET with an endless body")
+        << QByteArray("GET / HTTP/1.1\r\nContent-Length: 999999999999999999\r\n\r\n") << 413;
+    QTest::newRow("chunks") << post + "Transfer-Encoding: chunked\r\n\r\n3\r\nabc\r\n0\r\n\r\n" << 411;
+    QTest::newRow("chunks and a length")
+        << post + "Content-Length: 3\r\nTransfer-Encoding: chunked\r\n\r\n3\r\nabc\r\n0\r\n\r\n"
+        << 411;
+    QTest::newRow("compressed") << post + "Content-Encoding: gzip\r\nContent-Length: 3\r\n\r\nabc" << 415;
+    QTest::newRow("length no number") << post + "Content-Length: many\r\n\r\n" << 400;
+    QTest::newRow("length below 0") << post + "Content-Length: -1\r\n\r\n" << 400;
+    QTest::newRow("length beyond all numbers") << post + "Content-Length: 99999999999999999999999\r\n\r\n" << 400;
+    QTest::newRow("two lengths") << post + "Content-Length: 1\r\nContent-Length: 2\r\n\r\nab" << 400;
+    QTest::newRow("no request line") << QByteArray("hello\r\n\r\n") << 400;
+    QTest::newRow("unknown method") << QByteArray("FETCH / HTTP/1.1\r\n\r\n") << 400;
+    QTest::newRow("method without a meaning here") << QByteArray("TRACE / HTTP/1.1\r\n\r\n") << 400;
+    QTest::newRow("unknown version") << QByteArray("GET / HTTP/9.9\r\n\r\n") << 400;
+    QTest::newRow("two queries") << QByteArray("GET /?a?b HTTP/1.1\r\n\r\n") << 400;
+    QTest::newRow("long address") << "GET /" + QByteArray(9000, 'a') + " HTTP/1.1\r\n\r\n" << 414;
+    QTest::newRow("long header") << "GET / HTTP/1.1\r\nA: " + QByteArray(9000, 'a') + "\r\n\r\n" << 400;
+    QTest::newRow("endless headers") << "GET / HTTP/1.1\r\n" + QByteArray("A: b\r\n").repeated(20000) << 400;
+    QTest::newRow("large form")
+        << post + "Content-Type: application/x-www-form-urlencoded\r\nContent-Length: 9000\r\n\r\n" +
+               QByteArray(9000, 'a')
+        << 413;
+    QTest::newRow("parts without a boundary")
+        << post + "Content-Type: multipart/form-data\r\nContent-Length: 3\r\n\r\nabc" << 400;
+    QTest::newRow("parts that are none")
+        << post + "Content-Type: multipart/form-data; boundary=b\r\nContent-Length: 3\r\n\r\nabc" << 400;
+    const QByteArray part = "--b\r\nContent-Disposition: form-data; name=\"x\"\r\n\r\n12345";
+    QTest::newRow("part without an end") << post + "Content-Type: multipart/form-data; boundary=b\r\nContent-Length: " +
+                                                QByteArray::number(part.size()) + "\r\n\r\n" + part
+                                         << 400;
+}
+
+void TestServerHttp::refuses()
+{
+    QFETCH(QByteArray, request);
+    QFETCH(int, status);
+    const auto socket = connected();
+    socket->write(request);
+    const QByteArray reply = one(*socket);
+    QVERIFY2(reply.startsWith("HTTP/1.1 " + QByteArray::number(status) + ' '), reply.left(300).constData());
+    QVERIFY2(reply.contains("refused " + QByteArray::number(status)), reply.left(300).constData());
+    QCOMPARE(m_echo->handled.load(), 0);
+    // Whatever follows cannot be trusted to start a request: another one is only answered on a new connection.
+    QVERIFY(exchange("GET /next HTTP/1.1\r\nConnection: close\r\n\r\n").endsWith("GET|/next||||"));
+}
+
+void TestServerHttp::hangsUpOnAnEndlessAddress()
+{
+    QCOMPARE(exchange("GET /" + QByteArray(200000, 'a')), QByteArray());
+    QCOMPARE(m_echo->handled.load(), 0);
+}
+
+void TestServerHttp::hangsUpOnAnEndlessRequest()
+{
+    HttpServer hasty(*m_echo, std::chrono::milliseconds(300));
+    QString error;
+    QVERIFY(hasty.bind(QStringLiteral("127.0.0.1"), 0, error));
+    std::thread running([&hasty] { hasty.run(); });
+    QTcpSocket slow;
+    slow.connectToHost(QStringLiteral("127.0.0.1"), quint16(hasty.port()));
+    const bool open = slow.waitForConnected();
+    slow.write("POST /p HTTP/1.1\r\nContent-Length: 100000\r\n\r\n");
+    bool sending = open;
+    for (int i = 0; sending && i < 1000; ++i) {
+        slow.write("x");
+        sending = !slow.waitForReadyRead(20) && slow.state() == QAbstractSocket::ConnectedState;
+    }
+    const QByteArray reply = all(slow);
+    hasty.stop();
+    running.join();
+    QVERIFY(open);
+    QVERIFY2(!sending, "a request may not take longer because bytes keep coming");
+    QVERIFY2(reply.startsWith("HTTP/1.1 400 "), reply.constData());
+    QCOMPARE(m_echo->handled.load(), 0);
+}
+
+void TestServerHttp::stopsWhileARequestIsRead()
+{
+    const auto half = connected();
+    half->write("POST /p HTTP/1.1\r\nContent-Length: 1000\r\n\r\nabc");
+    QVERIFY(half->waitForBytesWritten());
+    const auto headless = connected();
+    headless->write("GET /p HT");
+    QVERIFY(headless->waitForBytesWritten());
+    QVERIFY(exchange("GET /next HTTP/1.1\r\nConnection: close\r\n\r\n").endsWith("GET|/next||||"));
+    m_server->stop();
+    all(*half);
+    all(*headless);
+    QCOMPARE(m_echo->handled.load(), 1);
+}
+
+void TestServerHttp::closesWithBytesUnread()
+{
+    const QByteArray reply = exchange("GET /a HTTP/1.1\r\nContent-Length: 34\r\n\r\nGET /smuggled HTTP/1.1\r\n\r\n"
+                                      "12345678");
+    QCOMPARE(reply.count("HTTP/1.1"), 1);
+    QVERIFY(reply.contains("Connection: close"));
+    QCOMPARE(m_echo->handled.load(), 1);
+    const QByteArray refused = exchange("POST /a HTTP/1.1\r\nTransfer-Encoding: chunked\r\n\r\n"
+                                        "GET /smuggled HTTP/1.1\r\n\r\n");
+    QCOMPARE(refused.count("HTTP/1.1"), 1);
+    QCOMPARE(m_echo->handled.load(), 1);
+}
+
+void TestServerHttp::survivesBrokenConnections()
+{
+    for (int i = 0; i < 50; ++i) {
+        const auto silent = connected();
+        const auto half = connected();
+        half->write("POST /p HTTP/1.1\r\nContent-Length: 1000\r\n\r\nabc");
+        QVERIFY(half->waitForBytesWritten());
+        const auto headless = connected();
+        headless->write("GET /p HT");
+        QVERIFY(headless->waitForBytesWritten());
+        const auto deaf = connected();
+        deaf->write("GET /p HTTP/1.1\r\n\r\n");
+        QVERIFY(deaf->waitForBytesWritten());
+        for (QTcpSocket* socket : {silent.get(), half.get(), headless.get(), deaf.get()})
+            socket->abort();
+    }
+    QVERIFY(exchange("GET /next HTTP/1.1\r\nConnection: close\r\n\r\n").endsWith("GET|/next||||"));
+}
+
+void TestServerHttp::headHasNoBody()
+{
+    const QByteArray reply = exchange("HEAD /h HTTP/1.1\r\nConnection: close\r\n\r\n");
+    QVERIFY(reply.startsWith("HTTP/1.1 200 OK"));
+    QVERIFY(reply.endsWith("\r\n\r\n"));
+    QVERIFY(reply.contains("Content-Length: 11\r\n"));
+}
+
+void TestServerHttp::rangesAndEncodingsChangeNothing()
+{
+    const QByteArray reply = exchange("GET /whole HTTP/1.1\r\nRange: bytes=1-2\r\nAccept-Encoding: gzip, br\r\n"
+                                      "Connection: close\r\n\r\n");
+    QVERIFY2(reply.startsWith("HTTP/1.1 200 OK"), reply.constData());
+    QVERIFY(reply.endsWith("GET|/whole||||"));
+    QVERIFY(!reply.contains("Content-Encoding"));
+}
+
+void TestServerHttp::exceptionsAreNotTold()
+{
+    const QByteArray reply = exchange("GET /throw HTTP/1.1\r\nAccept-Language: ru\r\nConnection: close\r\n\r\n");
+    QVERIFY(reply.startsWith("HTTP/1.1 500 "));
+    QVERIFY(reply.endsWith("refused 500 ru"));
+    QVERIFY(!reply.contains("secret"));
+}
+
+void TestServerHttp::servesMoreClientsThanThreads()
+{
+    std::vector<std::unique_ptr<QTcpSocket>> idle;
+    for (int i = 0; i < 3 * HttpServer::threads; ++i) {
+        idle.push_back(connected());
+        idle.back()->write("GET /idle HTTP/1.1\r\n\r\n");
+        QVERIFY(one(*idle.back()).endsWith("GET|/idle||||"));
+    }
+    QCOMPARE(m_echo->handled.load(), 3 * HttpServer::threads);
+}
+
+void TestServerHttp::stopsBeforeItRuns()
+{
+    Echo echo;
+    QString error;
+    {
+        HttpServer never(echo);
+        QVERIFY(never.bind(QStringLiteral("127.0.0.1"), 0, error));
+    }
+    HttpServer early(echo);
+    QVERIFY(early.bind(QStringLiteral("127.0.0.1"), 0, error));
+    early.stop();
+    QVERIFY(early.run());
+
+    // The stop may meet any moment of the start.
+    for (int i = 0; i < 50; ++i) {
+        HttpServer meeting(echo);
+        QVERIFY(meeting.bind(QStringLiteral("127.0.0.1"), 0, error));
+        std::thread stopping([&meeting, i] {
+            std::this_thread::sleep_for(std::chrono::microseconds(40 * i));
+            meeting.stop();
+        });
+        const bool sound = meeting.run();
+        stopping.join();
+        QVERIFY(sound);
+    }
+
+    HttpServer second(echo);
+    QVERIFY(!second.bind(QStringLiteral("127.0.0.1"), m_server->port(), error));
+    QVERIFY2(error.contains(QLatin1String("already in use")), qPrintable(error));
+}
+
+QTEST_GUILESS_MAIN(TestServerHttp)
+
+#include "TestServerHttp.moc"

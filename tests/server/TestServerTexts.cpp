@@ -1,0 +1,321 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "server/FormBody.h"
+#include "server/Messages.h"
+#include "server/Needle.h"
+#include "server/Options.h"
+#include "server/TextKeys.h"
+
+#include <QTest>
+
+#include <algorithm>
+
+using namespace server;
+
+/// What the server makes of texts: forms, needles, languages, the command line, and keys for search and order.
+class TestServerTexts : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void form_data();
+    void form();
+    void formThatIsWrong();
+    void needle_data();
+    void needle();
+    void needleOfEveryByte();
+    void needleThatIsNone_data();
+    void needleThatIsNone();
+    void languageOfARequest_data();
+    void languageOfARequest();
+    void messagesInBothLanguages();
+    void folding_data();
+    void folding();
+    void order();
+    void sortKeysStayShort();
+    void options_data();
+    void options();
+    void optionsThatAreWrong_data();
+    void optionsThatAreWrong();
+    void optionsByDefault();
+};
+
+void TestServerTexts::form_data()
+{
+    QTest::addColumn<QByteArray>("body");
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<QString>("password");
+
+    QTest::newRow("closing &") << QByteArray("password=b&username=a&") << "a"
+                               << "b";
+    QTest::newRow("no closing &") << QByteArray("username=a&password=b") << "a"
+                                  << "b";
+    QTest::newRow("escapes") << QByteArray("password=%26%3D%25%2B&username=%D0%98%D1%8F&") << QStringLiteral("Ия")
+                             << "&=%+";
+    QTest::newRow("lower-case escapes") << QByteArray("password=%c3%a4&username=x&") << "x" << QStringLiteral("ä");
+    QTest::newRow("plus is a blank") << QByteArray("password=a+b&username=c%20d&") << "c d"
+                                     << "a b";
+    QTest::newRow("equals sign in a value") << QByteArray("password=a=b=&username=c&") << "c"
+                                            << "a=b=";
+    QTest::newRow("empty value") << QByteArray("password=&username&") << ""
+                                 << "";
+    QTest::newRow("first of two") << QByteArray("password=1&password=2&username=a&") << "a"
+                                  << "1";
+    QTest::newRow("escape at the end") << QByteArray("username=a&password=b%41") << "a"
+                                       << "bA";
+}
+
+void TestServerTexts::form()
+{
+    QFETCH(QByteArray, body);
+    QFETCH(QString, name);
+    QFETCH(QString, password);
+    const FormBody read(body);
+    QVERIFY(read.text("username").has_value());
+    QVERIFY(read.text("password").has_value());
+    QCOMPARE(*read.text("username"), name);
+    QCOMPARE(*read.text("password"), password);
+}
+
+void TestServerTexts::formThatIsWrong()
+{
+    QVERIFY(!FormBody("").text("username").has_value());
+    QVERIFY(!FormBody("&&&").text("username").has_value());
+    QVERIFY(!FormBody("user=a&").text("username").has_value());
+    QVERIFY(!FormBody("username=%4&").text("username").has_value());
+    QVERIFY(!FormBody("username=%zz&").text("username").has_value());
+    QVERIFY(!FormBody("username=%FF&").text("username").has_value());
+    QVERIFY(!FormBody("username=%D0").text("username").has_value());
+}
+
+void TestServerTexts::needle_data()
+{
+    QTest::addColumn<QByteArray>("encoded");
+    QTest::addColumn<QString>("text");
+
+    QTest::newRow("empty") << QByteArray() << "";
+    QTest::newRow("plain") << QByteArray("YWJj") << "abc";
+    QTest::newRow("one sign of padding") << QByteArray("YWI-") << "ab";
+    QTest::newRow("two signs of padding") << QByteArray("YQ--") << "a";
+    // Base64 "4L+/w7/Dvg==": all three replaced characters.
+    QTest::newRow("all replaced") << QByteArray("4L._w7_Dvg--") << QStringLiteral(u"\u0FFF\u00FF\u00FE");
+    QTest::newRow("cyrillic") << QByteArray("0JjQstCw0L0-") << QStringLiteral("Иван");
+}
+
+void TestServerTexts::needle()
+{
+    QFETCH(QByteArray, encoded);
+    QFETCH(QString, text);
+    const std::optional<QString> decoded = Needle::decode(encoded);
+    QVERIFY(decoded.has_value());
+    QCOMPARE(*decoded, text);
+}
+
+void TestServerTexts::needleOfEveryByte()
+{
+    for (int first = 0x80; first < 0x2000; ++first) {
+        const QString text = QChar(first) + QStringLiteral("~?") + QChar(first + 1);
+        const QByteArray encoded = text.toUtf8().toBase64().replace('+', '.').replace('/', '_').replace('=', '-');
+        const std::optional<QString> decoded = Needle::decode(encoded);
+        QVERIFY(decoded.has_value());
+        QCOMPARE(*decoded, text);
+    }
+}
+
+void TestServerTexts::needleThatIsNone_data()
+{
+    QTest::addColumn<QByteArray>("encoded");
+    QTest::newRow("standard plus") << QByteArray("4L+_");
+    QTest::newRow("standard slash") << QByteArray("4L./");
+    QTest::newRow("standard equals") << QByteArray("YWI=");
+    QTest::newRow("no multiple of four") << QByteArray("YWI");
+    QTest::newRow("foreign characters") << QByteArray("Y*I-");
+    QTest::newRow("padding within") << QByteArray("YQ--YWJj");
+    QTest::newRow("no UTF-8") << QByteArray("_____w--");
+    QTest::newRow("cut UTF-8") << QByteArray("0A--");
+}
+
+void TestServerTexts::needleThatIsNone()
+{
+    QFETCH(QByteArray, encoded);
+    QVERIFY(!Needle::decode(encoded).has_value());
+}
+
+void TestServerTexts::languageOfARequest_data()
+{
+    QTest::addColumn<QByteArray>("header");
+    QTest::addColumn<QString>("language");
+    QTest::newRow("russian") << QByteArray("ru-RU") << "ru";
+    QTest::newRow("english") << QByteArray("en-US") << "en";
+    QTest::newRow("language alone") << QByteArray("ru") << "ru";
+    QTest::newRow("upper case") << QByteArray("RU-ru") << "ru";
+    QTest::newRow("first wins") << QByteArray("en,ru") << "en";
+    QTest::newRow("weights") << QByteArray("en;q=0.3, ru;q=0.9") << "ru";
+    QTest::newRow("other first") << QByteArray("de-DE, ru;q=0.5") << "ru";
+    QTest::newRow("refused") << QByteArray("ru;q=0") << "";
+    QTest::newRow("other") << QByteArray("de-DE") << "";
+    QTest::newRow("similar") << QByteArray("rus") << "";
+    QTest::newRow("blank") << QByteArray("-") << "";
+    QTest::newRow("none") << QByteArray() << "";
+}
+
+void TestServerTexts::languageOfARequest()
+{
+    QFETCH(QByteArray, header);
+    QFETCH(QString, language);
+    QCOMPARE(Messages::language(header), language);
+}
+
+void TestServerTexts::messagesInBothLanguages()
+{
+    for (int id = Messages::BadRequest; id <= Messages::NotesInvalid; ++id) {
+        const QString english = Messages::text(Messages::Id(id), QStringLiteral("en"));
+        const QString russian = Messages::text(Messages::Id(id), QStringLiteral("ru"));
+        QVERIFY2(!english.isEmpty() && !russian.isEmpty(), qPrintable(QString::number(id)));
+        QVERIFY2(english != russian, qPrintable(english));
+        QCOMPARE(english.count(QLatin1String("%1")), russian.count(QLatin1String("%1")));
+        QCOMPARE(Messages::text(Messages::Id(id), QStringLiteral("de")), english);
+        QCOMPARE(Messages::text(Messages::Id(id), QString()), english);
+    }
+}
+
+void TestServerTexts::folding_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<QString>("folded");
+    QTest::newRow("umlaut") << QStringLiteral("ÄÖÜ") << QStringLiteral("äöü");
+    QTest::newRow("sharp s") << QStringLiteral("Weiß") << QStringLiteral("weiss");
+    QTest::newRow("cyrillic") << QStringLiteral("ПЁТР ЙОД") << QStringLiteral("петр йод");
+    QTest::newRow("decomposed") << QStringLiteral(u"A\u0308") << QStringLiteral("ä");
+    QTest::newRow("decomposed short i") << QStringLiteral(u"\u0418\u0306") << QStringLiteral("й");
+    QTest::newRow("ligature") << QStringLiteral(u"\uFB01n") << "fin";
+    QTest::newRow("empty") << ""
+                           << "";
+    QTest::newRow("long") << QString(20000, QChar(0xDF)) << QString(40000, QLatin1Char('s'));
+}
+
+void TestServerTexts::folding()
+{
+    QFETCH(QString, text);
+    QFETCH(QString, folded);
+    QCOMPARE(TextKeys::folded(text), folded);
+}
+
+void TestServerTexts::order()
+{
+    const QStringList sorted{QStringLiteral("Adler"),  QStringLiteral("Ähler"),   QStringLiteral("Ahrens"),
+                             QStringLiteral("Ärmel"),  QStringLiteral("müller"),  QStringLiteral("Muller-Ost"),
+                             QStringLiteral("Oswald"), QStringLiteral("Özdemir"), QStringLiteral("Zander"),
+                             QStringLiteral("Евсеев"), QStringLiteral("Елисеев"), QStringLiteral("Ёлкин"),
+                             QStringLiteral("елкина"), QStringLiteral("Жуков"),   QStringLiteral("Иванов"),
+                             QStringLiteral("Йодов"),  QStringLiteral("Яшин")};
+    QStringList shuffled = sorted;
+    std::reverse(shuffled.begin(), shuffled.end());
+    std::sort(shuffled.begin(), shuffled.end(), [](const QString& left, const QString& right) {
+        return TextKeys::sortKey(left).toLatin1() < TextKeys::sortKey(right).toLatin1();
+    });
+    QCOMPARE(shuffled, sorted);
+    QCOMPARE(TextKeys::sortKey(QStringLiteral(u"A\u0308rmel")), TextKeys::sortKey(QStringLiteral("Ärmel")));
+    QVERIFY(TextKeys::sortKey(QStringLiteral("е")) != TextKeys::sortKey(QStringLiteral("ё")));
+}
+
+void TestServerTexts::sortKeysStayShort()
+{
+    for (const QString& text : {QString(100000, QChar(0x4E00)), QString(100000, QLatin1Char('a')), QString()}) {
+        const QString key = TextKeys::sortKey(text);
+        QVERIFY(key.size() <= 1200);
+        QVERIFY(std::all_of(key.begin(), key.end(),
+                            [](QChar c) { return c.isDigit() || (c >= QLatin1Char('a') && c <= QLatin1Char('f')); }));
+    }
+}
+
+void TestServerTexts::options_data()
+{
+    QTest::addColumn<QString>("line");
+    QTest::addColumn<QString>("host");
+    QTest::addColumn<int>("port");
+    QTest::addColumn<QString>("database");
+    QTest::newRow("all") << "--listen 0.0.0.0:8080 --database /x/y.sqlite"
+                         << "0.0.0.0" << 8080 << "/x/y.sqlite";
+    QTest::newRow("scheme") << "--listen localhost:0 --database sqlite:data/y.db"
+                            << "localhost" << 0 << "data/y.db";
+    QTest::newRow("IPv6") << "--listen [::1]:65535 --database=a"
+                          << "::1" << 65535 << "a";
+}
+
+void TestServerTexts::options()
+{
+    QFETCH(QString, line);
+    const Options read = Options::parse(QStringList{QStringLiteral("quelmar-server")} + line.split(QLatin1Char(' ')));
+    QCOMPARE(read.action, Options::Action::Serve);
+    QTEST(read.host, "host");
+    QTEST(read.port, "port");
+    QTEST(read.database, "database");
+}
+
+void TestServerTexts::optionsThatAreWrong_data()
+{
+    QTest::addColumn<QStringList>("arguments");
+    QTest::newRow("unknown option") << QStringList{QStringLiteral("--lisen"), QStringLiteral("127.0.0.1:0")};
+    QTest::newRow("no value") << QStringList{QStringLiteral("--listen")};
+    QTest::newRow("no port") << QStringList{QStringLiteral("--listen"), QStringLiteral("127.0.0.1")};
+    QTest::newRow("no host") << QStringList{QStringLiteral("--listen"), QStringLiteral(":80")};
+    QTest::newRow("port too large") << QStringList{QStringLiteral("--listen"), QStringLiteral("127.0.0.1:65536")};
+    QTest::newRow("port below 0") << QStringList{QStringLiteral("--listen"), QStringLiteral("127.0.0.1:-1")};
+    QTest::newRow("port no number") << QStringList{QStringLiteral("--listen"), QStringLiteral("127.0.0.1:http")};
+    QTest::newRow("bare IPv6") << QStringList{QStringLiteral("--listen"), QStringLiteral("::1:80")};
+    QTest::newRow("empty database") << QStringList{QStringLiteral("--database"), QStringLiteral("")};
+    QTest::newRow("empty scheme") << QStringList{QStringLiteral("--database"), QStringLiteral("sqlite:")};
+    QTest::newRow("other engine") << QStringList{QStringLiteral("--database"), QStringLiteral("postgresql://a@b/c")};
+    QTest::newRow("in memory") << QStringList{QStringLiteral("--database"), QStringLiteral(":memory:")};
+    QTest::newRow("unknown command") << QStringList{QStringLiteral("patient"), QStringLiteral("list")};
+    QTest::newRow("half a command") << QStringList{QStringLiteral("practitioner")};
+    QTest::newRow("add without a name") << QStringList{QStringLiteral("practitioner"), QStringLiteral("add")};
+    QTest::newRow("add with two names") << QStringList{QStringLiteral("practitioner"), QStringLiteral("add"),
+                                                       QStringLiteral("a"), QStringLiteral("b")};
+    QTest::newRow("list with a name") << QStringList{QStringLiteral("practitioner"), QStringLiteral("list"),
+                                                     QStringLiteral("a")};
+    QTest::newRow("list with a language") << QStringList{QStringLiteral("practitioner"), QStringLiteral("list"),
+                                                         QStringLiteral("--language"), QStringLiteral("en")};
+    QTest::newRow("serve with a password") << QStringList{QStringLiteral("--password-file"), QStringLiteral("a")};
+    QTest::newRow("add and demo") << QStringList{QStringLiteral("practitioner"), QStringLiteral("add"),
+                                                 QStringLiteral("a"), QStringLiteral("--demo")};
+    QTest::newRow("session of no length") << QStringList{QStringLiteral("--session-hours"), QStringLiteral("0")};
+    QTest::newRow("session without end") << QStringList{QStringLiteral("--session-hours"),
+                                                        QStringLiteral("99999999999")};
+    QTest::newRow("session of words") << QStringList{QStringLiteral("--session-hours"), QStringLiteral("long")};
+}
+
+void TestServerTexts::optionsThatAreWrong()
+{
+    QFETCH(QStringList, arguments);
+    const Options read = Options::parse(QStringList{QStringLiteral("quelmar-server")} + arguments);
+    QCOMPARE(read.action, Options::Action::Refuse);
+    QVERIFY(!read.text.isEmpty());
+}
+
+void TestServerTexts::optionsByDefault()
+{
+    qputenv("XDG_DATA_HOME", "/some/where");
+    const Options read = Options::parse({QStringLiteral("quelmar-server")});
+    qunsetenv("XDG_DATA_HOME");
+    QCOMPARE(read.action, Options::Action::Serve);
+    QCOMPARE(read.host, QStringLiteral("127.0.0.1"));
+    QCOMPARE(read.port, 18620);
+    QCOMPARE(read.database, QStringLiteral("/some/where/quelmar/quelmar-server.sqlite"));
+    QVERIFY(!read.demo);
+
+    const Options russian =
+        Options::parse({QStringLiteral("quelmar-server"), QStringLiteral("practitioner"), QStringLiteral("add"),
+                        QStringLiteral("a"), QStringLiteral("--language"), QStringLiteral("ru")});
+    QCOMPARE(russian.action, Options::Action::AddPractitioner);
+    QCOMPARE(russian.language, QStringLiteral("ru"));
+    QCOMPARE(russian.country, QStringLiteral("RU"));
+    const Options english = Options::parse(
+        {QStringLiteral("quelmar-server"), QStringLiteral("practitioner"), QStringLiteral("add"), QStringLiteral("a")});
+    QCOMPARE(english.language, QStringLiteral("en"));
+    QCOMPARE(english.country, QStringLiteral("US"));
+}
+
+QTEST_GUILESS_MAIN(TestServerTexts)
+
+#include "TestServerTexts.moc"
