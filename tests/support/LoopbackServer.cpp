@@ -5,6 +5,21 @@
 #include <QTest>
 #include <QTimer>
 
+#include <algorithm>
+#include <sys/socket.h>
+
+namespace {
+
+/// Drops the connection with a reset, not with an orderly end.
+void reset(QTcpSocket* socket)
+{
+    const linger hard{1, 0};
+    setsockopt(static_cast<int>(socket->socketDescriptor()), SOL_SOCKET, SO_LINGER, &hard, sizeof hard);
+    socket->abort();
+}
+
+} // namespace
+
 LoopbackServer::LoopbackServer()
 {
     connect(&server, &QTcpServer::newConnection, this, &LoopbackServer::accept);
@@ -87,6 +102,12 @@ void LoopbackServer::release()
     }
 }
 
+int LoopbackServer::pending() const
+{
+    return static_cast<int>(std::count_if(expectations.cbegin(), expectations.cend(),
+                                          [](const Expectation& one) { return !one.answer.always; }));
+}
+
 void LoopbackServer::accept()
 {
     while (QTcpSocket* const socket = server.nextPendingConnection()) {
@@ -109,7 +130,8 @@ void LoopbackServer::read(QTcpSocket* socket)
     }
 
     Request request;
-    const QList<QByteArray> lines = buffer.left(headEnd).split('\n');
+    request.head = buffer.left(headEnd);
+    const QList<QByteArray> lines = request.head.split('\n');
     const QList<QByteArray> start = lines.first().trimmed().split(' ');
     request.method = start.value(0);
     request.target = start.value(1);
@@ -135,8 +157,11 @@ void LoopbackServer::serve(QTcpSocket* socket, const Request& request)
     bool found = false;
     for (int i = 0; i < expectations.size() && !found; ++i) {
         if (expectations.at(i).method == request.method && expectations.at(i).target == request.target) {
-            chosen = expectations.takeAt(i).answer;
+            chosen = expectations.at(i).answer;
             found = true;
+            if (!chosen.always) {
+                expectations.removeAt(i);
+            }
         }
     }
     if (!found && hasFallback) {
@@ -148,48 +173,54 @@ void LoopbackServer::serve(QTcpSocket* socket, const Request& request)
         QTest::qFail(text.constData(), __FILE__, __LINE__);
         chosen.status = 599;
     }
+    const bool withBody = request.method != "HEAD";
     if (chosen.delay == 0) {
-        answer(socket, chosen);
+        answer(socket, chosen, withBody);
         return;
     }
     const QPointer<QTcpSocket> guard(socket);
-    QTimer::singleShot(chosen.delay, this, [this, guard, chosen] {
+    QTimer::singleShot(chosen.delay, this, [this, guard, chosen, withBody] {
         if (guard != nullptr) {
-            answer(guard, chosen);
+            answer(guard, chosen, withBody);
         }
     });
 }
 
-void LoopbackServer::answer(QTcpSocket* socket, const Answer& answer)
+void LoopbackServer::answer(QTcpSocket* socket, const Answer& answer, bool withBody)
 {
-    QByteArray head = "HTTP/1.1 " + QByteArray::number(answer.status) + " Status\r\n";
+    QByteArray head = "HTTP/1.1 " + QByteArray::number(answer.status) + ' ' + answer.reason + "\r\n";
     for (auto header = answer.headers.cbegin(); header != answer.headers.cend(); ++header) {
         head += header.key() + ": " + header.value() + "\r\n";
     }
-    if (answer.status != 204) {
+    if (answer.status != 204 && answer.status != 304) {
         head += "Content-Length: " + QByteArray::number(answer.body.size()) + "\r\n";
     }
     head += "\r\n";
-    const int half = qMax(1, answer.body.size() / 2);
+    const QByteArray body = withBody ? answer.body : QByteArray();
+    const int half = qMax(1, body.size() / 2);
 
     switch (answer.kind) {
     case Answer::Reply:
-        socket->write(head + answer.body);
+        socket->write(head + body);
         break;
     case Answer::Reset:
-        socket->abort();
+        reset(socket);
         break;
     case Answer::ResetInBody:
-        socket->write(head + answer.body.left(half));
+        socket->write(head + body.left(half));
         socket->flush();
-        socket->abort();
+        reset(socket);
         break;
     case Answer::Stall:
-        stalled.append({socket, head + answer.body});
+        stalled.append({socket, head + body});
         break;
     case Answer::StallInBody:
-        socket->write(head + answer.body.left(half));
-        stalled.append({socket, answer.body.mid(half)});
+        socket->write(head + body.left(half));
+        stalled.append({socket, body.mid(half)});
+        break;
+    case Answer::Raw:
+        socket->write(answer.body);
+        socket->disconnectFromHost();
         break;
     }
 }

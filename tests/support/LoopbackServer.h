@@ -30,6 +30,8 @@ public:
         QByteArray target;
         QMap<QByteArray, QByteArray> headers;
         QByteArray body;
+        /// Request line and headers byte for byte, without the empty line that ends them.
+        QByteArray head;
     };
 
     struct Answer
@@ -37,10 +39,11 @@ public:
         enum Kind
         {
             Reply,       ///< the whole reply
-            Reset,       ///< the connection is dropped without a reply
-            ResetInBody, ///< the head and half of the body, then the connection is dropped
+            Reset,       ///< the connection is reset without a reply
+            ResetInBody, ///< the head and half of the body, then the connection is reset
             Stall,       ///< nothing, for as long as the server lives
             StallInBody, ///< the head and half of the body (one byte at least), then nothing
+            Raw,         ///< the body alone stands for the whole reply, and the connection is closed after it
         };
         Kind kind = Reply;
         int status = 200;
@@ -48,6 +51,10 @@ public:
         QMap<QByteArray, QByteArray> headers;
         /// Milliseconds before the answer begins.
         int delay = 0;
+        QByteArray reason = "Status";
+        /// Serves every request of this method and target from now on: a client repeats a request whose connection was
+        /// dropped before the reply.
+        bool always = false;
     };
 
     /// Listens on any free loopback port.
@@ -76,8 +83,10 @@ public:
     const QList<Request>& requests() const { return received; }
     const Request& last() const { return received.last(); }
     void clear() { received.clear(); }
-    /// How many expected requests have not come yet.
-    int pending() const { return expectations.size(); }
+    /// How many expected requests have not come yet; those with Answer::always do not count.
+    int pending() const;
+    /// How many connections are open.
+    int connections() const { return buffers.size(); }
 
 private:
     struct Expectation
@@ -96,7 +105,7 @@ private:
     void accept();
     void read(QTcpSocket* socket);
     void serve(QTcpSocket* socket, const Request& request);
-    void answer(QTcpSocket* socket, const Answer& answer);
+    void answer(QTcpSocket* socket, const Answer& answer, bool withBody);
 
     QTcpServer server;
     QMap<QTcpSocket*, QByteArray> buffers;
