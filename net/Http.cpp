@@ -19,8 +19,8 @@ QByteArray formContentType()
 /// The calling thread's manager. Managers live as long as the process.
 QNetworkAccessManager* manager()
 {
-    static QMap<QThread*, QNetworkAccessManager*> managers;
-    QNetworkAccessManager*& entry = managers[QThread::currentThread()];
+    static auto* const managers = new QMap<QThread*, QNetworkAccessManager*>;
+    QNetworkAccessManager*& entry = (*managers)[QThread::currentThread()];
     if (entry == nullptr) {
         entry = new QNetworkAccessManager(nullptr);
         entry->setRedirectPolicy(QNetworkRequest::UserVerifiedRedirectPolicy);

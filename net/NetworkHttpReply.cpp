@@ -76,11 +76,17 @@ QByteArray NetworkHttpReply::errorMessage()
     return networkReply->isOpen() ? networkReply->readAll() : QByteArray();
 }
 
+void NetworkHttpReply::letGo()
+{
+    // Only what leads here: Qt's own connections carry abort() to the thread that holds the socket.
+    disconnect(networkReply, nullptr, this, nullptr);
+}
+
 void NetworkHttpReply::emitError()
 {
     const QByteArray bytes = errorMessage();
     readTimer->stop();
-    networkReply->disconnect();
+    letGo();
     emit finished(*this);
     networkReply->deleteLater();
     emit error(bytes);
@@ -89,7 +95,7 @@ void NetworkHttpReply::emitError()
 void NetworkHttpReply::emitFinished()
 {
     readTimer->stop();
-    networkReply->disconnect();
+    letGo();
     emit finished(*this);
     networkReply->deleteLater();
 }
@@ -112,6 +118,8 @@ void NetworkHttpReply::replyFinished()
         return;
     }
 
+    // Before the signal, since a receiver may run an event loop of its own and the timer would fire in it.
+    readTimer->stop();
     const int status = statusCode();
     if (status >= 200 && status < 300) {
         emit data(networkReply->readAll());
@@ -138,7 +146,7 @@ void NetworkHttpReply::readTimeout()
     if (networkReply == nullptr) {
         return;
     }
-    networkReply->disconnect();
+    letGo();
     networkReply->abort();
     networkReply->deleteLater();
     emitError();

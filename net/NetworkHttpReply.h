@@ -44,6 +44,9 @@ public slots:
     void readTimeout();
 
 private:
+    /// Takes down all connections from the network reply to this object.
+    void letGo();
+
     /// By value: the Http that sent the request may be gone by the time a redirect is followed.
     Http http;
     HttpRequest request;
