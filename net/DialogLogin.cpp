@@ -19,8 +19,7 @@ DialogLogin::DialogLogin(QWidget* parent)
     setModal(true);
     const QList<QScreen*> screens = QGuiApplication::screens();
     if (!screens.isEmpty()) {
-        const QSize screen = screens.first()->size();
-        move((screen.width() - width()) / 2, (screen.height() - height()) / 2);
+        move(screens.first()->geometry().center() - rect().center());
     }
     ui->usernameField->setAttribute(Qt::WA_MacShowFocusRect, false);
     ui->passwordField->setAttribute(Qt::WA_MacShowFocusRect, false);
