@@ -424,9 +424,12 @@ void TestDialogLogin::endsWithSuccess()
 
 void TestDialogLogin::endsWhenTheWindowIsClosed()
 {
+    const QSignalSpy rejected(dialog.get(), &QDialog::rejected);
     const int result = execWith([this] { dialog->close(); });
     QCOMPARE(result, static_cast<int>(QDialog::Rejected));
     QVERIFY(!dialog->isVisible());
+    // It is closed, and not rejected on top of that.
+    QCOMPARE(rejected.size(), 0);
     QCOMPARE(reports(), QList<bool>{false});
 }
 
