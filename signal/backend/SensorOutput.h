@@ -1,0 +1,45 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <QAudioDeviceInfo>
+#include <QAudioOutput>
+#include <QAudioSystemPlugin>
+
+#include <memory>
+
+/// Leaves all work to an ordinary output on the device that it was made for. Qt sets the format once, before all else;
+/// until then it is stopped.
+class SensorOutput : public QAbstractAudioOutput
+{
+    Q_OBJECT
+
+public:
+    explicit SensorOutput(const QAudioDeviceInfo& device);
+
+    void start(QIODevice* source) override;
+    QIODevice* start() override;
+    void stop() override;
+    void reset() override;
+    void suspend() override;
+    void resume() override;
+    int bytesFree() const override;
+    int periodSize() const override;
+    void setBufferSize(int value) override;
+    int bufferSize() const override;
+    void setNotifyInterval(int milliSeconds) override;
+    int notifyInterval() const override;
+    qint64 processedUSecs() const override;
+    qint64 elapsedUSecs() const override;
+    QAudio::Error error() const override;
+    QAudio::State state() const override;
+    void setFormat(const QAudioFormat& format) override;
+    QAudioFormat format() const override;
+    void setVolume(qreal volume) override;
+    qreal volume() const override;
+    QString category() const override;
+    void setCategory(const QString& category) override;
+
+private:
+    QAudioDeviceInfo device;
+    std::unique_ptr<QAudioOutput> output;
+};
