@@ -45,6 +45,13 @@ SoundServer::Kind SoundServer::kindFromEnvironment()
     return qgetenv("QUELMAR_TEST_SOUND") == "pipewire" ? PipeWire : PulseAudio;
 }
 
+void SoundServer::hideAll()
+{
+    qputenv("PULSE_SERVER", "unix:/nonexistent/native");
+    qputenv("PULSE_CLIENTCONFIG", "/dev/null");
+    qputenv("ALSA_CONFIG_PATH", "/dev/null");
+}
+
 SoundServer::SoundServer(Kind serverKind)
     : kind(serverKind)
 {
@@ -396,6 +403,55 @@ double SoundServer::dominantFrequency(const QByteArray& samples)
     // A tenth of a second tells tones ten Hz apart; all samples then tell the tone itself.
     const double rough = strongest(samples.mid(count / 2, rate / 10), lowest, highest, 5.0);
     return strongest(samples, rough - 10.0, rough + 10.0, 0.25);
+}
+
+double SoundServer::arrivedShare(const QByteArray& sent, const QByteArray& arrived)
+{
+    constexpr int piece = rate / 20;
+    constexpr int reach = rate;
+    constexpr double alike = 0.95;
+    constexpr int silence = 8;
+
+    const auto value = [](const QByteArray& samples, int i) { return static_cast<uchar>(samples.at(i)) - 127.5; };
+    // Correlation of one piece of each, whatever the volume; 0 where there is silence.
+    const auto likeness = [&](int from, int at) {
+        double product = 0.0;
+        double sentPower = 0.0;
+        double arrivedPower = 0.0;
+        for (int i = 0; i < piece; ++i) {
+            const double a = value(sent, from + i);
+            const double b = value(arrived, at + i);
+            product += a * b;
+            sentPower += a * a;
+            arrivedPower += b * b;
+        }
+        return sentPower > 0.0 && arrivedPower > 0.0 ? product / std::sqrt(sentPower * arrivedPower) : 0.0;
+    };
+
+    int begin = 0;
+    while (begin < arrived.size() && std::abs(value(arrived, begin)) < silence) {
+        ++begin;
+    }
+    int pieces = 0;
+    int found = 0;
+    int at = qMax(0, begin - piece);
+    for (int from = 0; from + piece <= sent.size(); from += piece) {
+        ++pieces;
+        const int last = qMin(arrived.size() - piece, at + reach);
+        for (int candidate = at; candidate <= last; ++candidate) {
+            if (likeness(from, candidate) < alike) {
+                continue;
+            }
+            // The first likeness is on the way up to the best one.
+            while (candidate < last && likeness(from, candidate + 1) > likeness(from, candidate)) {
+                ++candidate;
+            }
+            ++found;
+            at = candidate + piece - 2;
+            break;
+        }
+    }
+    return pieces == 0 ? 0.0 : static_cast<double>(found) / pieces;
 }
 
 double SoundServer::loudness(const QByteArray& samples)

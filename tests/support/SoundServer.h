@@ -33,7 +33,7 @@ public:
         QString input;
         /// "alsa_output.usb-<product>_<serial>-00.analog-stereo"
         QString output;
-        /// The sink that the input hears.
+        /// The output that the input hears.
         QString feed;
         /// Of the server, in the order of loading.
         QList<int> modules;
@@ -42,6 +42,10 @@ public:
     /// The kind that the environment variable QUELMAR_TEST_SOUND names: "pulseaudio" (also if it is not set) or
     /// "pipewire".
     static Kind kindFromEnvironment();
+
+    /// Leaves this process without any sound server and any audio device, whatever the machine has. Before the first
+    /// audio device is asked for.
+    static void hideAll();
 
     explicit SoundServer(Kind kind);
     ~SoundServer();
@@ -79,10 +83,14 @@ public:
     /// What arrived since, silence included.
     QByteArray stopCapture();
 
-    /// Helpers for what was recorded: the strongest frequency in Hz between 50 and 5000 (resolution below 1 Hz for a
-    /// second and more), and the root mean square around the mean.
+    /// The strongest frequency in Hz between 50 and 5000, in steps of a quarter.
     static double dominantFrequency(const QByteArray& samples);
+    /// Root mean square around the mean.
     static double loudness(const QByteArray& samples);
+    /// How much of what was sent is found in what arrived, in the same order: 0 to 1, counted in pieces of a twentieth
+    /// of a second. Gaps between the pieces and a delay are no fault, another volume is none either.
+    static double arrivedShare(const QByteArray& sent, const QByteArray& arrived);
+    /// A sine around 127.5.
     static QByteArray tone(double hertz, double seconds, double amplitude = 100.0);
 
 private:
