@@ -10,6 +10,7 @@
 #include <cmath>
 #include <csignal>
 #include <sys/prctl.h>
+#include <utility>
 
 namespace {
 
@@ -313,7 +314,13 @@ bool SoundServer::setDefaultInput(const QString& name)
 
 bool SoundServer::feedTone(const Sensor& sensor, double hertz, double amplitude)
 {
-    return feed(sensor, tone(hertz, feedSeconds, amplitude));
+    if (!startCapture(sensor.feed) || !feed(sensor, tone(hertz, feedSeconds, amplitude))) {
+        return false;
+    }
+    const bool sounds = QTest::qWaitFor(
+        [this, amplitude] { return loudness(captured().right(rate / 10)) > amplitude / 2.0; }, startLimit);
+    stopCapture();
+    return sounds || fail(QStringLiteral("The tone does not arrive at the sensor's input"));
 }
 
 bool SoundServer::feed(const Sensor& sensor, const QByteArray& samples)
@@ -344,22 +351,27 @@ bool SoundServer::startCapture(const QString& output)
     listener->start(QStringLiteral("pacat"), QStringList(QStringLiteral("--record")) + sampleOptions() +
                                                  QStringList{QStringLiteral("--latency-msec=50"),
                                                              QStringLiteral("--device=%1.monitor").arg(output)});
-    if (!QTest::qWaitFor([this] { return listener->bytesAvailable() > 0; }, startLimit)) {
-        return fail(QStringLiteral("Nothing comes from the output: ") +
-                    QString::fromLocal8Bit(listener->readAllStandardError()));
+    return QTest::qWaitFor([this] { return !captured().isEmpty(); }, startLimit) ||
+           fail(QStringLiteral("Nothing comes from the output: ") +
+                QString::fromLocal8Bit(listener->readAllStandardError()));
+}
+
+const QByteArray& SoundServer::captured()
+{
+    if (listener != nullptr) {
+        heard += listener->readAllStandardOutput();
     }
-    return true;
+    return heard;
 }
 
 QByteArray SoundServer::stopCapture()
 {
-    if (listener == nullptr) {
-        return {};
+    if (listener != nullptr) {
+        end(listener.get());
+        captured();
+        listener.reset();
     }
-    end(listener.get());
-    QByteArray samples = listener->readAllStandardOutput();
-    listener.reset();
-    return samples;
+    return std::exchange(heard, QByteArray());
 }
 
 double SoundServer::dominantFrequency(const QByteArray& samples)
@@ -408,7 +420,7 @@ double SoundServer::dominantFrequency(const QByteArray& samples)
 double SoundServer::arrivedShare(const QByteArray& sent, const QByteArray& arrived)
 {
     constexpr int piece = rate / 20;
-    constexpr int reach = rate;
+    constexpr int reach = rate / 2;
     constexpr double alike = 0.95;
     constexpr int silence = 8;
 

@@ -73,6 +73,7 @@ public:
     bool setDefaultInput(const QString& name);
 
     /// Plays a sine of `amplitude` (of 127) into the sensor's input until stopFeeding(), for ten minutes at most.
+    /// Returns once it sounds.
     bool feedTone(const Sensor& sensor, double hertz, double amplitude = 100.0);
     /// Plays these samples into the sensor's input, once.
     bool feed(const Sensor& sensor, const QByteArray& samples);
@@ -80,7 +81,9 @@ public:
 
     /// Begins to keep what the output of that name plays; returns once samples come.
     bool startCapture(const QString& output);
-    /// What arrived since, silence included.
+    /// What arrived since the start, silence included.
+    const QByteArray& captured();
+    /// Ends the capture and gives all of it.
     QByteArray stopCapture();
 
     /// The strongest frequency in Hz between 50 and 5000, in steps of a quarter.
@@ -112,5 +115,6 @@ private:
     std::vector<std::unique_ptr<QProcess>> daemons;
     std::unique_ptr<QProcess> feeder;
     std::unique_ptr<QProcess> listener;
+    QByteArray heard;
     int files = 0;
 };
