@@ -8,7 +8,8 @@
 
 namespace {
 
-constexpr int watchInterval = 500;
+/// Milliseconds. A look at all devices costs some hundredths of a second.
+constexpr int watchInterval = 1000;
 
 /// Calls a function with whatever is written to it.
 class Sink : public QIODevice

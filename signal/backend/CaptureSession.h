@@ -60,7 +60,7 @@ public:
     void setMuted(bool mute);
 
     /// Starts, or goes on after a pause. Without a usable input the session fails and stays stopped; it stops and
-    /// fails also when the input vanishes, within a second.
+    /// fails also when the input vanishes, within two seconds.
     void record();
     void pause();
     /// What was captured and not yet handed out is dropped. May be called at any time, also when stopped.

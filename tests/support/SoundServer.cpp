@@ -264,6 +264,17 @@ bool SoundServer::loadModule(const QStringList& arguments, QList<int>* modules)
     return true;
 }
 
+bool SoundServer::loadSink(const QString& name, QList<int>* modules)
+{
+    QStringList arguments{QStringLiteral("module-null-sink"), QStringLiteral("sink_name=%1").arg(name),
+                          QStringLiteral("channels=1"), QStringLiteral("rate=%1").arg(rate)};
+    if (kind == PulseAudio) {
+        // Steps of a twentieth of a second, as hardware has them, in place of two seconds.
+        arguments.append(QStringLiteral("norewinds=yes"));
+    }
+    return loadModule(arguments, modules);
+}
+
 bool SoundServer::addSensor(Sensor* sensor, const QString& product, const QString& serial)
 {
     const QString unit = QStringLiteral("%1_%2").arg(product, serial);
@@ -273,10 +284,7 @@ bool SoundServer::addSensor(Sensor* sensor, const QString& product, const QStrin
     sensor->modules.clear();
 
     const QString shape = QStringLiteral("channels=1");
-    const QString speed = QStringLiteral("rate=%1").arg(rate);
-    const QString sink = QStringLiteral("module-null-sink");
-    if (loadModule({sink, QStringLiteral("sink_name=%1").arg(sensor->output), shape, speed}, &sensor->modules) &&
-        loadModule({sink, QStringLiteral("sink_name=%1").arg(sensor->feed), shape, speed}, &sensor->modules) &&
+    if (loadSink(sensor->output, &sensor->modules) && loadSink(sensor->feed, &sensor->modules) &&
         loadModule({QStringLiteral("module-remap-source"), QStringLiteral("source_name=%1").arg(sensor->input),
                     QStringLiteral("master=%1.monitor").arg(sensor->feed), shape},
                    &sensor->modules)) {
@@ -297,9 +305,7 @@ void SoundServer::removeSensor(const Sensor& sensor)
 
 bool SoundServer::addOutput(const QString& name)
 {
-    return loadModule({QStringLiteral("module-null-sink"), QStringLiteral("sink_name=%1").arg(name),
-                       QStringLiteral("channels=1"), QStringLiteral("rate=%1").arg(rate)},
-                      nullptr);
+    return loadSink(name, nullptr);
 }
 
 bool SoundServer::setDefaultOutput(const QString& name)
@@ -332,14 +338,17 @@ bool SoundServer::feed(const Sensor& sensor, const QByteArray& samples)
     }
     feeder = std::make_unique<BoundProcess>();
     feeder->start(QStringLiteral("pacat"), QStringList(QStringLiteral("--playback")) + sampleOptions() +
-                                               QStringList{QStringLiteral("--device=%1").arg(sensor.feed), path});
+                                               QStringList{QStringLiteral("--latency-msec=200"),
+                                                           QStringLiteral("--device=%1").arg(sensor.feed), path});
     return feeder->waitForStarted(startLimit) || fail(feeder->errorString());
 }
 
 void SoundServer::stopFeeding()
 {
     if (feeder != nullptr) {
-        end(feeder.get());
+        // Asked to end, it would first play all that it has handed over.
+        feeder->kill();
+        feeder->waitForFinished(5000);
         feeder.reset();
     }
 }

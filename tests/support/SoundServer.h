@@ -103,6 +103,7 @@ private:
     QProcess* launch(const QString& program, const QStringList& arguments);
     static void end(QProcess* process);
     bool pactl(const QStringList& arguments, QByteArray* output = nullptr);
+    bool loadSink(const QString& name, QList<int>* modules);
     bool loadModule(const QStringList& arguments, QList<int>* modules);
     void setVariable(const char* name, const QByteArray& value);
     bool fail(const QString& text);
