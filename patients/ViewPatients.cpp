@@ -13,6 +13,7 @@
 
 #include <QChildEvent>
 #include <QHeaderView>
+#include <QTimer>
 
 namespace {
 
@@ -64,21 +65,22 @@ ViewPatients::ViewPatients(QWidget* parent)
     , ui(std::make_unique<Ui::ViewPatients>())
     , delegate(new PatientDelegate(this))
     , pagination(new QPagination(this, 30))
+    , searchTimer(new QTimer(this))
 {
     ui->setupUi(this);
     ui->searchField->setAttribute(Qt::WA_MacShowFocusRect, false);
     pagination->setButtonsSize(40, 40);
     layout()->addWidget(pagination);
-    searchTimer.setInterval(searchDelay);
+    searchTimer->setInterval(searchDelay);
     setupTable();
 
     connect(ui->buttonRefresh, SIGNAL(clicked()), this, SLOT(onRefresh()));
     connect(ui->buttonNewPatient, SIGNAL(clicked()), this, SLOT(onNewPatient()));
     connect(ui->searchField, SIGNAL(textChanged(QString)), this, SLOT(onSearchChanged(QString)));
     connect(ui->tableView, SIGNAL(doubleClicked(QModelIndex)), this, SLOT(onDoubleClick(QModelIndex)));
-    connect(&searchTimer, &QTimer::timeout, this, [this] {
+    connect(searchTimer, &QTimer::timeout, this, [this] {
         updateTableState();
-        searchTimer.stop();
+        searchTimer->stop();
     });
     connect(ui->comboBox, qOverload<int>(&QComboBox::currentIndexChanged), this, [this] { updateTableState(); });
     connect(ui->tableView->horizontalHeader(), &QHeaderView::sectionClicked, this, [this](int section) {
@@ -181,8 +183,8 @@ void ViewPatients::onRefresh()
 
 void ViewPatients::onSearchChanged(const QString&)
 {
-    searchTimer.stop();
-    searchTimer.start();
+    searchTimer->stop();
+    searchTimer->start();
 }
 
 void ViewPatients::childEvent(QChildEvent* event)
@@ -193,6 +195,8 @@ void ViewPatients::childEvent(QChildEvent* event)
     if (field != nullptr) {
         field->setReadOnly(findChild<LoadingWindow*>(QStringLiteral("LoadingWindow"), Qt::FindDirectChildrenOnly) !=
                            nullptr);
+        // A change of the lock brings the focus rectangle back.
+        field->setAttribute(Qt::WA_MacShowFocusRect, false);
     }
 }
 

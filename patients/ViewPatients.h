@@ -4,7 +4,6 @@
 #include <QModelIndex>
 #include <QPoint>
 #include <QPointer>
-#include <QTimer>
 #include <QWidget>
 
 #include <memory>
@@ -13,6 +12,7 @@ class FormPatient;
 class Patient;
 class PatientDelegate;
 class QPagination;
+class QTimer;
 
 namespace Ui {
 class ViewPatients;
@@ -53,7 +53,7 @@ private:
     std::unique_ptr<Ui::ViewPatients> ui;
     PatientDelegate* delegate;
     QPagination* pagination;
-    QTimer searchTimer;
+    QTimer* searchTimer;
     /// The form that is open.
     QPointer<FormPatient> form;
 };

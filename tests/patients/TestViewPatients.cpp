@@ -19,6 +19,7 @@
 #include <QLabel>
 #include <QLayout>
 #include <QLineEdit>
+#include <QMainWindow>
 #include <QPushButton>
 #include <QSignalSpy>
 #include <QStackedWidget>
@@ -320,7 +321,7 @@ private slots:
         QTest::newRow("blanks") << QStringLiteral("   ") << QByteArray();
         QTest::newRow("trimmed") << QStringLiteral("  ab ") << QByteArray("YWI-");
         QTest::newRow("inner blank") << QStringLiteral("a b") << QByteArray("YSBi");
-        QTest::newRow("all replaced characters") << QString::fromUtf8("ы??>n") << QByteArray("0Ys_Pz5u");
+        QTest::newRow("all replaced characters") << QString::fromUtf8("ы\?\?>n") << QByteArray("0Ys_Pz5u");
         QTest::newRow("Russian") << QString::fromUtf8("Ян") << QByteArray("0K_QvQ--");
     }
 
@@ -704,7 +705,10 @@ private slots:
         QCOMPARE(pages(), QStringLiteral("1 2"));
         // The screen goes on.
         QVERIFY(server->listenForClient());
-        server->expect("GET", filter("", "", 0), Samples::list(2, 1));
+        // Qt may still try the failed request once more.
+        Answer good;
+        good.body = Samples::list(2, 1);
+        server->setFallback(good);
         view->onRefresh();
         QTRY_COMPARE(model->rowCount(), 2);
     }
@@ -748,17 +752,19 @@ private slots:
     void standsOnAStack()
     {
         // As the main window has it: the frameless window becomes a page.
-        QStackedWidget stack;
-        stack.resize(900, 600);
-        stack.show();
+        QMainWindow window;
+        auto* const stack = new QStackedWidget;
+        window.setCentralWidget(stack);
+        window.resize(1100, 700);
         server->expect("GET", filter("name", "asc", 0), Samples::list(3, 1));
-        auto* const page = new ViewPatients(&stack);
-        stack.addWidget(page);
-        stack.setCurrentWidget(page);
+        auto* const page = new ViewPatients(&window);
+        stack->addWidget(page);
+        stack->setCurrentWidget(page);
+        window.show();
         QVERIFY(!page->isWindow());
         QVERIFY(page->isVisible());
         QTRY_COMPARE(model->rowCount(), 3);
-        QCOMPARE(page->size(), stack.size());
+        QCOMPARE(page->size(), stack->size());
         QTRY_VERIFY(page->findChild<LoadingWindow*>() == nullptr);
     }
 
@@ -790,7 +796,7 @@ private:
     }
 
     /// The order that the first click on another column gives.
-    Qt::SortOrder firstOrder(int) const { return Qt::DescendingOrder; }
+    Qt::SortOrder firstOrder(int) const { return Qt::AscendingOrder; }
     const char* firstDirection(int column) const { return firstOrder(column) == Qt::DescendingOrder ? "desc" : "asc"; }
 
     void clickHeader(int column) const
