@@ -45,6 +45,8 @@ ViewPatient::ViewPatient(QWidget* parent, Patient* shownPatient)
 {
     ui->setupUi(this);
     setAttribute(Qt::WA_DeleteOnClose);
+    // A plain widget has no border from the style sheet otherwise.
+    ui->tableViewBox->setAttribute(Qt::WA_StyledBackground);
     setupTable();
 
     connect(ui->buttonDeletePatient, SIGNAL(clicked()), this, SLOT(deletePatient()));

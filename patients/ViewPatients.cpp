@@ -124,10 +124,14 @@ void ViewPatients::setupTable()
     table->setMouseTracking(true);
     table->viewport()->setMouseTracking(true);
     table->setAlternatingRowColors(true);
+    // A second line would start left of the first one, which begins with blanks.
+    table->setWordWrap(false);
 
     QHeaderView* const header = table->horizontalHeader();
     header->setDefaultAlignment(Qt::AlignLeft);
     header->setStretchLastSection(false);
+    // Nothing is sorted by the column that is the first one by chance.
+    header->setSortIndicator(-1, Qt::AscendingOrder);
     // By default a section is at least as wide as the font's widest character, which is more than the narrow ones have.
     header->setMinimumSectionSize(minimumSection);
     for (int column = 0; column < header->count(); ++column) {
