@@ -21,6 +21,18 @@ QPixmap pixmap(const QString& name)
     return QPixmap(QStringLiteral(":/images/") + name);
 }
 
+class PaintCounter : public QObject
+{
+public:
+    int count = 0;
+
+    bool eventFilter(QObject*, QEvent* event) override
+    {
+        count += event->type() == QEvent::Paint ? 1 : 0;
+        return false;
+    }
+};
+
 } // namespace
 
 class TestPatientDelegate : public QObject
@@ -245,6 +257,25 @@ private slots:
         QTest::mouseClick(table.viewport(), Qt::LeftButton, Qt::NoModifier,
                           table.visualRect(model->index(1, 9)).topLeft() + QPoint(1, 1));
         QCOMPARE(removals->count(), 1);
+    }
+
+    void hoverIsRepainted()
+    {
+        QTableView table;
+        table.setModel(model.get());
+        table.setMouseTracking(true);
+        table.setItemDelegateForColumn(8, delegate.get());
+        table.resize(1300, 300);
+        table.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&table));
+        const QRect cell = table.visualRect(model->index(0, 8));
+        QTest::mouseMove(table.viewport(), cell.topLeft() + QPoint(2, 2));
+        QTest::qWait(50);
+        // Within the cell, so that the view by itself has nothing to paint.
+        PaintCounter counter;
+        table.viewport()->installEventFilter(&counter);
+        QTest::mouseMove(table.viewport(), cell.center());
+        QTRY_VERIFY(counter.count > 0);
     }
 
 private:

@@ -141,6 +141,7 @@ private slots:
         QCOMPARE(child<QLabel>("labelTitleTable")->text(), QStringLiteral("Title.patientViewTable"));
         QCOMPARE(child<QWidget>("tableViewBox")->layout()->objectName(), QStringLiteral("horizontalLayout_6"));
         QVERIFY(child<QWidget>("tableViewBox")->isAncestorOf(table()));
+        QVERIFY(child<QWidget>("tableViewBox")->testAttribute(Qt::WA_StyledBackground));
     }
 
     void toolButtons_data()

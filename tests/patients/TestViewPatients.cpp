@@ -163,6 +163,7 @@ private slots:
         QVERIFY(table->hasMouseTracking());
         QVERIFY(table->viewport()->hasMouseTracking());
         QVERIFY(table->alternatingRowColors());
+        QVERIFY(!table->wordWrap());
         for (int column = 0; column < 10; ++column) {
             const bool served = column == 1 || column == 4 || column == 8 || column == 9;
             QCOMPARE(qobject_cast<PatientDelegate*>(table->itemDelegateForColumn(column)) != nullptr, served);
@@ -172,6 +173,8 @@ private slots:
         QCOMPARE(table->rowHeight(0), 40);
         QCOMPARE(header()->defaultAlignment(), Qt::Alignment(Qt::AlignLeft));
         QVERIFY(!header()->stretchLastSection());
+        // No column shows an arrow before one was chosen.
+        QCOMPARE(header()->sortIndicatorSection(), -1);
     }
 
     void columnWidths_data()
