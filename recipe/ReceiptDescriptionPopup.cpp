@@ -25,6 +25,7 @@ ReceiptDescriptionPopup::ReceiptDescriptionPopup(QWidget* parent)
     , titleLabel(new QLabel(this))
     , textViewer(new QPlainTextEdit(this))
     , line(new QFrame(this))
+    , timer(this)
 {
     resize(512, 200);
     setWindowFlags(Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint);
