@@ -12,6 +12,7 @@
 #include <QList>
 #include <QString>
 #include <QTest>
+#include <QTranslator>
 
 /// What the server would say, for the tests of this folder.
 namespace RecipeFixtures {
@@ -30,6 +31,14 @@ QByteArray recipe(const QList<QByteArray>& blocks);
 /// The wrapping alone, around any text.
 QByteArray zipped(const QByteArray& text);
 
+/// Leaves every key as it stands, but gives those that take arguments their places: "Text.recipe %1 %2".
+class KeysWithPlaces : public QTranslator
+{
+public:
+    bool isEmpty() const override { return false; }
+    QString translate(const char* context, const char* key, const char* disambiguation, int n) const override;
+};
+
 Patient patient(bool hasDevices = false);
 Record record();
 QList<Marker> markers(int count, int amount = 1);
@@ -38,7 +47,7 @@ QList<Marker> markers(int count, int amount = 1);
 /// shortens the read time-out for the row "no answer" by `timeout` milliseconds.
 void addFailureRows();
 constexpr int timeout = 200;
-/// Makes the server behave as the current row says towards the next request of this kind.
+/// Makes the server behave as the current row says towards the next request of this kind. Take a new server afterwards.
 void expectFailure(LoopbackServer& server, const QByteArray& method, const QByteArray& target);
 
 } // namespace RecipeFixtures
