@@ -5,7 +5,9 @@
 #include "signal/Utils.h"
 #include "ui_FormPatient.h"
 
+#include <QApplication>
 #include <QIntValidator>
+#include <QWindow>
 
 FormPatient::FormPatient(QWidget* parent)
     : QDialog(parent)
@@ -48,6 +50,17 @@ void FormPatient::edit(Patient* value)
     }
     ui->labelTitle->setText(windowTitle());
     onGenderChange();
+}
+
+void FormPatient::showEvent(QShowEvent* event)
+{
+    // Without a parent the window manager does not know what the form belongs to, and may leave it behind the very
+    // window that it blocks.
+    const QWidget* const owner = QApplication::activeWindow();
+    if (parentWidget() == nullptr && windowHandle() != nullptr && owner != nullptr && owner != this) {
+        windowHandle()->setTransientParent(owner->windowHandle());
+    }
+    QDialog::showEvent(event);
 }
 
 void FormPatient::onCancel()

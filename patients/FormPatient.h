@@ -36,6 +36,9 @@ public slots:
     void onGenderFemale();
     void onAgreementStateChanged(int state);
 
+protected:
+    void showEvent(QShowEvent* event) override;
+
 private:
     void onGenderChange();
 
