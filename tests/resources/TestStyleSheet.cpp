@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include <QCheckBox>
 #include <QComboBox>
+#include <QDialogButtonBox>
 #include <QDirIterator>
 #include <QFile>
 #include <QFileDialog>
@@ -40,40 +41,24 @@ namespace {
 /// Names that the sheet already dresses and that no code bears yet. A line goes as its screen comes: the test fails on
 /// a name that the code has. A selector that starts with a class of this list has its object names unchecked so long.
 const QStringList notYetWritten{
-    QStringLiteral("MainWindow"),
-    QStringLiteral("ViewPatients"),
-    QStringLiteral("ViewPatient"),
-    QStringLiteral("FormPatient"),
-    QStringLiteral("QPagination"),
-    QStringLiteral("AudioRecorder"),
-    QStringLiteral("DialogPlayer"),
-    QStringLiteral("ViewReceipt"),
-    QStringLiteral("ReceiptDescriptionPopup"),
-    QStringLiteral("ViewImpact"),
-    // the bar above, and the panel around the table of, several of these screens
-    QStringLiteral("#breadCrumbs"),
-    QStringLiteral("#tableViewBox"),
     // later screens and dialogs
-    QStringLiteral("ViewAnalysis"),
-    QStringLiteral("ViewComparativeAnalysis"),
-    QStringLiteral("ViewRecoveryHistory"),
-    QStringLiteral("DialogAbout"),
-    QStringLiteral("DialogAutospectrum"),
-    QStringLiteral("DialogChangePassword"),
+    QStringLiteral("ViewAnalysis"),        QStringLiteral("ViewComparativeAnalysis"),
+    QStringLiteral("ViewRecoveryHistory"), QStringLiteral("DialogAbout"),
+    QStringLiteral("DialogAutospectrum"),  QStringLiteral("DialogChangePassword"),
     QStringLiteral("DialogManageDevices"),
 };
 
 /// Classes of Qt that the sheet may name, by their own meta objects, so that a typing error cannot stand here either.
 const QMetaObject* const qtClasses[] = {
     &QAbstractItemView::staticMetaObject, &QCheckBox::staticMetaObject,    &QComboBox::staticMetaObject,
-    &QFileDialog::staticMetaObject,       &QGroupBox::staticMetaObject,    &QHeaderView::staticMetaObject,
-    &QInputDialog::staticMetaObject,      &QLabel::staticMetaObject,       &QLineEdit::staticMetaObject,
-    &QListView::staticMetaObject,         &QMenu::staticMetaObject,        &QMenuBar::staticMetaObject,
-    &QMessageBox::staticMetaObject,       &QProgressBar::staticMetaObject, &QPushButton::staticMetaObject,
-    &QRadioButton::staticMetaObject,      &QScrollArea::staticMetaObject,  &QScrollBar::staticMetaObject,
-    &QSpinBox::staticMetaObject,          &QStatusBar::staticMetaObject,   &QTabBar::staticMetaObject,
-    &QTabWidget::staticMetaObject,        &QTableView::staticMetaObject,   &QTextEdit::staticMetaObject,
-    &QTreeView::staticMetaObject,
+    &QDialogButtonBox::staticMetaObject,  &QFileDialog::staticMetaObject,  &QGroupBox::staticMetaObject,
+    &QHeaderView::staticMetaObject,       &QInputDialog::staticMetaObject, &QLabel::staticMetaObject,
+    &QLineEdit::staticMetaObject,         &QListView::staticMetaObject,    &QMenu::staticMetaObject,
+    &QMenuBar::staticMetaObject,          &QMessageBox::staticMetaObject,  &QProgressBar::staticMetaObject,
+    &QPushButton::staticMetaObject,       &QRadioButton::staticMetaObject, &QScrollArea::staticMetaObject,
+    &QScrollBar::staticMetaObject,        &QSpinBox::staticMetaObject,     &QStatusBar::staticMetaObject,
+    &QTabBar::staticMetaObject,           &QTabWidget::staticMetaObject,   &QTableView::staticMetaObject,
+    &QTextEdit::staticMetaObject,         &QTreeView::staticMetaObject,
 };
 // No meta object, but names that Qt's style sheets know.
 const QStringList qtOtherNames{QStringLiteral("QToolTip"), QStringLiteral("QTableCornerButton")};
@@ -106,6 +91,7 @@ const QStringList properties{
     QStringLiteral("border-top-right-radius"),
     QStringLiteral("color"),
     QStringLiteral("combobox-popup"),
+    QStringLiteral("dialogbuttonbox-buttons-have-icons"),
     QStringLiteral("font-size"),
     QStringLiteral("font-weight"),
     QStringLiteral("gridline-color"),
