@@ -96,6 +96,8 @@ void ViewImpact::setupTable()
     table->setAttribute(Qt::WA_MouseTracking);
     table->setSelectionBehavior(QAbstractItemView::SelectRows);
     header->setStretchLastSection(false);
+    // The style's own minimum is wider than an icon.
+    header->setMinimumSectionSize(0);
     for (int column : {1, 2, 4}) {
         table->setItemDelegateForColumn(column, delegate);
     }
@@ -153,10 +155,10 @@ void ViewImpact::calculate()
     ui->labelDuration->setText(download ? tr("Text.durationPerMarker") : tr("Text.durationInMinutes"));
     ui->buttonStart->setText(download ? tr("Text.save") : tr("Text.start"));
     ui->comboBoxCommand->setVisible(target == Target::Box);
-    // The limits come first: they may move the value, and what follows has to count with the value that stays.
-    const int minimum = download ? 1 : qMax(1, static_cast<int>(std::ceil(totalMarkers * 3.0 / 60.0)));
-    ui->spinBoxDuration->setMinimum(minimum);
-    ui->spinBoxDuration->setMaximum(maximumMinutes);
+    // The limits come first: they may move the value, and what follows has to count with the value that stays. A
+    // minimum beyond the maximum would have the two move it to and fro without end.
+    const int needed = download ? 1 : static_cast<int>(std::ceil(totalMarkers * 3.0 / 60.0));
+    ui->spinBoxDuration->setRange(qBound(1, needed, maximumMinutes), maximumMinutes);
 
     const int duration = ui->spinBoxDuration->value();
     repeats = Utils::calculateRepeats(duration, download ? 1 : totalMarkers);
