@@ -20,7 +20,7 @@
     </message>
     <message>
         <source>Text.saveRecord</source>
-        <translation>Aufnahme speichern</translation>
+        <translation>Speichern</translation>
     </message>
     <message>
         <source>Text.startRecord</source>

@@ -20,7 +20,7 @@
     </message>
     <message>
         <source>Text.saveRecord</source>
-        <translation>Zapisz nagranie</translation>
+        <translation>Zapisz</translation>
     </message>
     <message>
         <source>Text.startRecord</source>

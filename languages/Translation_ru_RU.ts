@@ -20,7 +20,7 @@
     </message>
     <message>
         <source>Text.saveRecord</source>
-        <translation>Сохранить запись</translation>
+        <translation>Сохранить</translation>
     </message>
     <message>
         <source>Text.startRecord</source>
