@@ -108,7 +108,9 @@ Patients::Page Patients::list(const PatientQuery& query)
     if (query.size > 0) {
         page.pages = int((total + query.size - 1) / query.size);
         statement += QStringLiteral(" LIMIT ? OFFSET ?");
-        values << query.size << qint64(query.page) * query.size;
+        // The client goes back to its first page when a search leaves fewer pages than the one it stands on.
+        const qint64 current = query.page < page.pages ? query.page : 0;
+        values << query.size << current * query.size;
     } else {
         page.pages = total > 0 ? 1 : 0;
     }
