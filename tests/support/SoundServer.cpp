@@ -429,42 +429,41 @@ double SoundServer::dominantFrequency(const QByteArray& samples)
 double SoundServer::arrivedShare(const QByteArray& sent, const QByteArray& arrived)
 {
     constexpr int piece = rate / 20;
-    constexpr int reach = rate / 2;
+    constexpr int stride = 16;
     constexpr double alike = 0.95;
-    constexpr int silence = 8;
+    constexpr double perhapsAlike = 0.8;
+    constexpr double silence = 4.0;
 
     const auto value = [](const QByteArray& samples, int i) { return static_cast<uchar>(samples.at(i)) - 127.5; };
     // Correlation of one piece of each, whatever the volume; 0 where there is silence.
-    const auto likeness = [&](int from, int at) {
+    const auto likeness = [&](int from, int at, int step) {
         double product = 0.0;
         double sentPower = 0.0;
         double arrivedPower = 0.0;
-        for (int i = 0; i < piece; ++i) {
+        for (int i = 0; i < piece; i += step) {
             const double a = value(sent, from + i);
             const double b = value(arrived, at + i);
             product += a * b;
             sentPower += a * a;
             arrivedPower += b * b;
         }
-        return sentPower > 0.0 && arrivedPower > 0.0 ? product / std::sqrt(sentPower * arrivedPower) : 0.0;
+        const double least = silence * silence * piece / step;
+        return sentPower > least && arrivedPower > least ? product / std::sqrt(sentPower * arrivedPower) : 0.0;
     };
 
-    int begin = 0;
-    while (begin < arrived.size() && std::abs(value(arrived, begin)) < silence) {
-        ++begin;
-    }
     int pieces = 0;
     int found = 0;
-    int at = qMax(0, begin - piece);
+    int at = 0;
     for (int from = 0; from + piece <= sent.size(); from += piece) {
         ++pieces;
-        const int last = qMin(arrived.size() - piece, at + reach);
+        const int last = arrived.size() - piece;
         for (int candidate = at; candidate <= last; ++candidate) {
-            if (likeness(from, candidate) < alike) {
+            // A few samples tell most places apart, and are looked at much faster.
+            if (likeness(from, candidate, stride) < perhapsAlike || likeness(from, candidate, 1) < alike) {
                 continue;
             }
             // The first likeness is on the way up to the best one.
-            while (candidate < last && likeness(from, candidate + 1) > likeness(from, candidate)) {
+            while (candidate < last && likeness(from, candidate + 1, 1) > likeness(from, candidate, 1)) {
                 ++candidate;
             }
             ++found;
