@@ -22,7 +22,7 @@ ImpactDelegate::ImpactDelegate(QObject* parent)
 {
 }
 
-QPixmap ImpactDelegate::getIcon(QString path)
+QPixmap ImpactDelegate::getIcon(const QString& path)
 {
     return QPixmap(path).scaled(20, 20, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
 }

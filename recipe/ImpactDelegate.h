@@ -20,7 +20,7 @@ public:
                      const QModelIndex& index) override;
 
     /// The picture at `path`, 20 by 20 pixels.
-    static QPixmap getIcon(QString path);
+    static QPixmap getIcon(const QString& path);
     /// 0 for a column without a picture.
     int getIconWidth(int column) const;
 

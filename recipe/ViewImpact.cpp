@@ -23,8 +23,10 @@ constexpr int numberColumn = 0;
 constexpr int titleColumn = 3;
 constexpr int rowHeight = 40;
 constexpr int maximumMinutes = 600;
-/// Beyond it a QByteArray has no room, and the size fields of a WAV file, which take an int, would be wrong.
-constexpr qint64 maximumBytes = std::numeric_limits<int>::max() - 1024;
+/// Beyond it the size fields of a WAV header, which is made from an int, would be wrong.
+constexpr qint64 maximumFile = std::numeric_limits<int>::max();
+/// Far more than the longest duration needs (0.8 GB), and well within what a QByteArray can hold.
+constexpr qint64 maximumAudio = 1LL << 30;
 
 QByteArray decode(const QJsonValue& block)
 {
@@ -212,7 +214,7 @@ void ViewImpact::sendCommand(QList<Marker>& markers, int duration)
     connect(controller, SIGNAL(onError(QString)), this, SLOT(onError(QString)));
 }
 
-void ViewImpact::onSuccess(QByteArray bytes)
+void ViewImpact::onSuccess(const QByteArray& bytes)
 {
     changed = false;
     audio.clear();
@@ -249,7 +251,7 @@ void ViewImpact::saveWav(const QJsonArray& blocks)
     }
     QFile file(name);
     // Told apart before the file is opened, which would empty it.
-    if (size > maximumBytes || !file.open(QIODevice::WriteOnly)) {
+    if (size > maximumFile || !file.open(QIODevice::WriteOnly)) {
         Dialogs::error(this, tr("Text.errorWavSave"));
         return;
     }
@@ -270,9 +272,9 @@ void ViewImpact::play(const QJsonArray& blocks)
         chunks.append(decode(block));
         onePass += chunks.last().size();
     }
-    // Blocks of the usual length never come near the limit, since the duration has one; of longer ones as many whole
-    // passes are played as a buffer holds, which is more than a day.
-    const qint64 passes = onePass == 0 ? 1 : qMin<qint64>(repeats, maximumBytes / onePass);
+    // Blocks of the usual length never come near the limit; of longer ones as many whole passes are played as it
+    // allows.
+    const qint64 passes = onePass == 0 ? 1 : qMin<qint64>(repeats, qMax<qint64>(1, maximumAudio / onePass));
     audio.reserve(static_cast<int>(onePass * passes));
     for (const QByteArray& chunk : qAsConst(chunks)) {
         for (qint64 pass = 0; pass < passes; ++pass) {
@@ -287,7 +289,7 @@ void ViewImpact::onPlayerState(bool playing)
     ui->buttonStart->setEnabled(!playing);
 }
 
-void ViewImpact::onError(QString message)
+void ViewImpact::onError(const QString& message)
 {
     ui->buttonStart->setEnabled(true);
     Dialogs::error(this, message);

@@ -63,10 +63,10 @@ public slots:
     /// Asks nothing: the screen below has its own changes to save.
     void backToReceipt();
     void onDurationChanged();
-    void onError(QString message);
+    void onError(const QString& message);
     void onStart();
     /// Takes the reply of a recipe: a JSON array of base64 blocks, one a marker.
-    void onSuccess(QByteArray bytes);
+    void onSuccess(const QByteArray& bytes);
     void onTargetChanged();
     void onPlayerState(bool playing);
 

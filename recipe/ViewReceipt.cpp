@@ -84,7 +84,7 @@ ViewReceipt::ViewReceipt(QWidget* parent, Patient* receiptPatient, Record* recei
 
 ViewReceipt::~ViewReceipt() = default;
 
-void ViewReceipt::onLoadRecipe(QByteArray bytes)
+void ViewReceipt::onLoadRecipe(const QByteArray& bytes)
 {
     const QJsonArray saved = Utils::bytesToArray(bytes);
     for (const QJsonValue& value : saved) {
@@ -101,7 +101,7 @@ void ViewReceipt::onLoadRecipe(QByteArray bytes)
     connect(controller, SIGNAL(onError(QString)), this, SLOT(onError(QString)));
 }
 
-void ViewReceipt::onLoadSuccess(QByteArray bytes)
+void ViewReceipt::onLoadSuccess(const QByteArray& bytes)
 {
     ui->buttonAnalyse->setEnabled(true);
     const QJsonArray categories = Utils::bytesToArray(bytes);
@@ -137,7 +137,7 @@ void ViewReceipt::onAnalyse()
     connect(controller, SIGNAL(onError(QString)), this, SLOT(onError(QString)));
 }
 
-void ViewReceipt::onAnalyseSuccess(QByteArray bytes)
+void ViewReceipt::onAnalyseSuccess(const QByteArray& bytes)
 {
     model->fromJson(bytes, selected);
 
@@ -206,7 +206,7 @@ void ViewReceipt::receipt()
     emit onReceipt(patient, record, markers, changed);
 }
 
-void ViewReceipt::markerRemove(QString id)
+void ViewReceipt::markerRemove(const QString& id)
 {
     model->removeMarker(id);
     removeSelected(id);
@@ -254,7 +254,7 @@ void ViewReceipt::emitNavigation(Navigation navigation)
     }
 }
 
-void ViewReceipt::onError(QString message)
+void ViewReceipt::onError(const QString& message)
 {
     Dialogs::error(this, message);
 }

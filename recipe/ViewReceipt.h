@@ -48,17 +48,17 @@ public:
 
 public slots:
     void onAnalyse();
-    void onAnalyseSuccess(QByteArray bytes);
+    void onAnalyseSuccess(const QByteArray& bytes);
     void onCategoryChanged(int index);
-    void onLoadRecipe(QByteArray bytes);
-    void onLoadSuccess(QByteArray bytes);
-    void onError(QString message);
+    void onLoadRecipe(const QByteArray& bytes);
+    void onLoadSuccess(const QByteArray& bytes);
+    void onError(const QString& message);
     void onSelection(Marker& marker);
     void backToPatientsList();
     void backToPatient();
     void receipt();
     /// Takes the marker out of the receipt and out of the visible table.
-    void markerRemove(QString id);
+    void markerRemove(const QString& id);
 
 private:
     void removeSelected(const QString& id);
