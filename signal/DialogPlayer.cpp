@@ -5,7 +5,6 @@
 #include "signal/Utils.h"
 #include "ui_DialogPlayer.h"
 
-#include <QAudioDeviceInfo>
 #include <QAudioOutput>
 #include <QCloseEvent>
 #include <QDateTime>
@@ -65,7 +64,8 @@ DialogPlayer::DialogPlayer(QWidget* parent, const QByteArray& bytes, const QStri
     timer.start();
 
     const QAudioFormat format = Utils::audioFormat();
-    output = new QAudioOutput(chooseDevice(), format);
+    device = chooseDevice();
+    output = new QAudioOutput(device, format);
     connect(output, &QAudioOutput::stateChanged, this, &DialogPlayer::stateChanged);
 
     if (buffer.isOpen()) {
@@ -144,9 +144,15 @@ void DialogPlayer::onPlayPause()
     if (output == nullptr) {
         return;
     }
-    if (output->state() == QAudio::ActiveState) {
+    const QAudio::State current = output->state();
+    if (current != QAudio::ActiveState && current != QAudio::SuspendedState) {
+        return;
+    }
+    if (!isAlive()) {
+        output->stop();
+    } else if (current == QAudio::ActiveState) {
         output->suspend();
-    } else if (output->state() == QAudio::SuspendedState) {
+    } else {
         output->resume();
     }
 }
@@ -168,6 +174,16 @@ void DialogPlayer::closeEvent(QCloseEvent* event)
     }
     event->ignore();
     hide();
+}
+
+bool DialogPlayer::isAlive() const
+{
+    // The number of free bytes of a dead stream is an error code. A paused one tells nothing, but does not outlive its
+    // device.
+    if (output->state() != QAudio::SuspendedState) {
+        return output->bytesFree() >= 0;
+    }
+    return device.isNull() || QAudioDeviceInfo::availableDevices(QAudio::AudioOutput).contains(device);
 }
 
 void DialogPlayer::tick()
@@ -199,6 +215,10 @@ void DialogPlayer::stateChanged(QAudio::State state)
 {
     switch (state) {
     case QAudio::IdleState:
+        // An output that was fed too late is idle for a moment as well, with data left; it goes on by itself.
+        if (!buffer.atEnd()) {
+            break;
+        }
         close();
         emit onFinish(true);
         break;

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <QAudio>
+#include <QAudioDeviceInfo>
 #include <QBuffer>
 #include <QByteArray>
 #include <QDialog>
@@ -58,6 +59,8 @@ protected:
 private:
     void tick();
     void stateChanged(QAudio::State state);
+    /// False if the sound server dropped the output: Qt's plugin for PulseAudio aborts the process on a pause then.
+    bool isAlive() const;
 
     std::unique_ptr<Ui::DialogPlayer> ui;
     QAudioOutput* output = nullptr;
@@ -67,4 +70,6 @@ private:
     /// Seconds of playback left.
     int secondsLeft = 0;
     bool windows = false;
+    /// What the output plays on.
+    QAudioDeviceInfo device;
 };

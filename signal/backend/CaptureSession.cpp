@@ -90,8 +90,11 @@ void CaptureSession::record()
         return;
     }
     if (current == QMediaRecorder::PausedState) {
-        audioInput->resume();
-        setState(QMediaRecorder::RecordingState);
+        watchInput();
+        if (current == QMediaRecorder::PausedState) {
+            audioInput->resume();
+            setState(QMediaRecorder::RecordingState);
+        }
         return;
     }
     if (!encoderSettings.codec().isEmpty() && encoderSettings.codec() != codec()) {
@@ -131,6 +134,11 @@ void CaptureSession::record()
 
 void CaptureSession::pause()
 {
+    if (current != QMediaRecorder::RecordingState) {
+        return;
+    }
+    // Qt's plugin for PulseAudio aborts the process if it is to pause a stream that died with its device.
+    watchInput();
     if (current == QMediaRecorder::RecordingState) {
         audioInput->suspend();
         setState(QMediaRecorder::PausedState);

@@ -50,6 +50,8 @@ private slots:
     void unknownInput();
     void fileOnlyWithLocation();
     void inputVanishes();
+    void pauseOfVanishedInput_data();
+    void pauseOfVanishedInput();
     void serverEnds();
 
 private:
@@ -523,6 +525,39 @@ void TestRecordingLive::inputVanishes()
     const QByteArray samples = record().mid(44);
     QCOMPARE(samples.size(), signalSize);
     QVERIFY(qAbs(SoundServer::dominantFrequency(samples) - 440.0) <= 1.0);
+}
+
+void TestRecordingLive::pauseOfVanishedInput_data()
+{
+    QTest::addColumn<bool>("paused");
+    QTest::newRow("while recording") << false;
+    QTest::newRow("while paused") << true;
+}
+
+void TestRecordingLive::pauseOfVanishedInput()
+{
+    QFETCH(bool, paused);
+    SoundServer::Sensor sensor;
+    plug(&sensor);
+    QAudioRecorder direct;
+    direct.setEncodingSettings(settingsOf(QStringLiteral("audio/pcm")));
+    direct.setAudioInput(readable(sensor.input));
+    direct.record();
+    QTRY_VERIFY_WITH_TIMEOUT(direct.duration() > 0, limit);
+    if (paused) {
+        direct.pause();
+        QCOMPARE(direct.state(), QMediaRecorder::PausedState);
+    }
+    server->removeSensor(sensor);
+    plugged.clear();
+    QTRY_VERIFY_WITH_TIMEOUT(!names(QAudio::AudioInput).contains(readable(sensor.input)), limit);
+    // Neither waits for the session's own look at the devices.
+    if (paused) {
+        direct.record();
+    } else {
+        direct.pause();
+    }
+    QCOMPARE(direct.state(), QMediaRecorder::StoppedState);
 }
 
 void TestRecordingLive::serverEnds()
