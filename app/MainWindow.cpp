@@ -179,8 +179,9 @@ void MainWindow::onPlayerInit(const QByteArray& bytes, const QString& text)
 
     connect(player, &DialogPlayer::onFinish, this, [this, timer, button](bool finished) {
         if (finished) {
+            QWidget* const screen = stack->currentWidget();
             const QPointer<MainWindow> alive(this);
-            Dialogs::success(stack->currentWidget(), tr("Text.impactFinished"));
+            Dialogs::success(screen, tr("Text.impactFinished"));
             if (alive.isNull()) {
                 return;
             }

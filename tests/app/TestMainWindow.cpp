@@ -100,6 +100,7 @@ private slots:
     void newImpactKnowsOfThePlayer();
     void closingAsks();
     void survivesBeingDestroyed();
+    void survivesBeingDestroyedBehindABox();
 
 private:
     /// A window after a login as a user of this language.
@@ -532,6 +533,19 @@ void TestMainWindow::survivesBeingDestroyed()
     // A list on a new window works as before.
     const auto next = window();
     QCOMPARE(stackOf(*next)->count(), 1);
+}
+
+void TestMainWindow::survivesBeingDestroyedBehindABox()
+{
+    auto main = window();
+    main->onPlayerInit(QByteArray(22050, 127), QStringLiteral("Ada"));
+    auto* const player = main->findChild<DialogPlayer*>();
+    player->close();
+    ModalAnswer destroy([](QWidget* widget) { return qobject_cast<QMessageBox*>(widget) != nullptr; },
+                        [&main](QWidget*) { main.reset(); });
+    emit player->onFinish(true);
+    QVERIFY(destroy.used());
+    QVERIFY(main == nullptr);
 }
 
 int main(int argc, char* argv[])

@@ -127,8 +127,10 @@ private:
     int rowOf(const QString& title, int column) const;
     void choose(const QString& box, const QString& item) const;
     bool idle() const { return window->findChild<QWidget*>(QStringLiteral("LoadingWindow")) == nullptr; }
-    /// Answers the next file dialog with this path.
-    static std::unique_ptr<ModalAnswer> answerFileDialog(const QString& path);
+    /// Answers the next question with yes, and leaves a picture of it.
+    std::unique_ptr<ModalAnswer> answerYes(const QString& pictureName) const;
+    /// Answers the next file dialog with this path, and leaves a picture of it.
+    std::unique_ptr<ModalAnswer> answerFileDialog(const QString& path, const QString& pictureName) const;
     void startServer();
     void openReceipt();
     void openImpact();
@@ -271,11 +273,20 @@ void TestTour::choose(const QString& box, const QString& item) const
     QCOMPARE(combo->currentText(), item);
 }
 
-std::unique_ptr<ModalAnswer> TestTour::answerFileDialog(const QString& path)
+std::unique_ptr<ModalAnswer> TestTour::answerYes(const QString& pictureName) const
 {
-    return std::make_unique<ModalAnswer>(isModal<QFileDialog>, [path](QWidget* widget) {
+    return std::make_unique<ModalAnswer>(isModal<QMessageBox>, [this, pictureName](QWidget* widget) {
+        picture(pictureName);
+        press(qobject_cast<QPushButton*>(qobject_cast<QMessageBox*>(widget)->button(QMessageBox::Yes)));
+    });
+}
+
+std::unique_ptr<ModalAnswer> TestTour::answerFileDialog(const QString& path, const QString& pictureName) const
+{
+    return std::make_unique<ModalAnswer>(isModal<QFileDialog>, [this, path, pictureName](QWidget* widget) {
         auto* const name = widget->findChild<QLineEdit*>(QStringLiteral("fileNameEdit"));
         name->setText(path);
+        picture(pictureName);
         QTest::keyClick(name, Qt::Key_Return);
     });
 }
@@ -505,12 +516,12 @@ void TestTour::saveWav()
     choose(QStringLiteral("comboBoxTarget"), find<QComboBox>(QStringLiteral("comboBoxTarget"))->itemText(1));
     const QString path = out + QStringLiteral("/impact.wav");
     QFile::remove(path);
-    const auto dialog = answerFileDialog(path);
+    const auto dialog = answerFileDialog(path, QStringLiteral("11-save-wav"));
     press(QStringLiteral("buttonStart"));
     QTRY_VERIFY(dialog->used());
     QTRY_VERIFY(QFileInfo(path).size() > headerSize);
     QTRY_VERIFY(idle());
-    picture(QStringLiteral("11-impact-saved"));
+    picture(QStringLiteral("12-impact-saved"));
 
     QFile file(path);
     QVERIFY(file.open(QIODevice::ReadOnly));
@@ -546,7 +557,7 @@ void TestTour::play()
     QTRY_COMPARE(player->state(), QAudio::ActiveState);
     QVERIFY(!find<QPushButton>(QStringLiteral("buttonStart"))->isEnabled());
     QTest::qWait(3000);
-    picture(QStringLiteral("12-player"));
+    picture(QStringLiteral("13-player"));
 
     // Closing hides it; the button in the status bar brings it back.
     player->close();
@@ -554,7 +565,7 @@ void TestTour::play()
     QCOMPARE(player->state(), QAudio::ActiveState);
     auto* const button = window->statusBar()->findChild<QPushButton*>();
     QTRY_VERIFY(button->isVisible() && button->text().startsWith(patientName + QStringLiteral(" [00:00:")));
-    picture(QStringLiteral("13-player-hidden"));
+    picture(QStringLiteral("14-player-hidden"));
     press(button);
     QVERIFY(player->isVisible());
 
@@ -587,9 +598,9 @@ void TestTour::leaveWithSaving()
     clickCell(0, 2);
     chosen.swapItemsAt(0, 1);
     QCOMPARE(impactOrder(), chosen);
-    BoxAnswer yes(QMessageBox::Yes);
+    const auto yes = answerYes(QStringLiteral("15-leave-with-saving"));
     press(QStringLiteral("buttonPatientCard"));
-    QVERIFY(yes.used());
+    QVERIFY(yes->used());
     QTRY_COMPARE(stack()->count(), 2);
     QVERIFY(qobject_cast<ViewPatient*>(stack()->currentWidget()) != nullptr);
 }
@@ -600,6 +611,7 @@ void TestTour::savedReceiptIsThere()
     QVERIFY(find<QPushButton>(QStringLiteral("buttonReceipt"))->isEnabled());
     openImpact();
     QCOMPARE(impactOrder(), chosen);
+    picture(QStringLiteral("16-saved-receipt"));
     press(QStringLiteral("buttonPatientCard"));
     QTRY_COMPARE(stack()->count(), 2);
 }
@@ -608,7 +620,7 @@ void TestTour::exportRecords()
 {
     const QString path = out + QStringLiteral("/records.xlsx");
     QFile::remove(path);
-    const auto dialog = answerFileDialog(path);
+    const auto dialog = answerFileDialog(path, QStringLiteral("17-export"));
     press(QStringLiteral("buttonExcelExport"));
     QTRY_VERIFY(dialog->used());
     QTRY_VERIFY(QFileInfo(path).size() > 1000);
@@ -620,24 +632,18 @@ void TestTour::exportRecords()
 
 void TestTour::deleteRecord()
 {
-    ModalAnswer question(isModal<QMessageBox>, [this](QWidget* widget) {
-        picture(QStringLiteral("14-delete-record"));
-        press(qobject_cast<QPushButton*>(qobject_cast<QMessageBox*>(widget)->button(QMessageBox::Yes)));
-    });
+    const auto question = answerYes(QStringLiteral("18-delete-record"));
     clickCell(0, 6);
-    QVERIFY(question.used());
+    QVERIFY(question->used());
     QTRY_COMPARE(rows(), 0);
     QVERIFY(!find<QPushButton>(QStringLiteral("buttonReceipt"))->isEnabled());
 }
 
 void TestTour::deletePatient()
 {
-    ModalAnswer question(isModal<QMessageBox>, [this](QWidget* widget) {
-        picture(QStringLiteral("15-delete-patient"));
-        press(qobject_cast<QPushButton*>(qobject_cast<QMessageBox*>(widget)->button(QMessageBox::Yes)));
-    });
+    const auto question = answerYes(QStringLiteral("19-delete-patient"));
     press(QStringLiteral("buttonDeletePatient"));
-    QVERIFY(question.used());
+    QVERIFY(question->used());
     QTRY_COMPARE(stack()->count(), 1);
     QTRY_VERIFY(rowOf(patientName, 2) < 0);
     press(QStringLiteral("buttonRefresh"));
@@ -652,9 +658,9 @@ void TestTour::closeWindow()
         QVERIFY(!window->close());
         QVERIFY(no.used());
     }
-    BoxAnswer yes(QMessageBox::Yes);
+    const auto yes = answerYes(QStringLiteral("20-close"));
     QVERIFY(window->close());
-    QVERIFY(yes.used());
+    QVERIFY(yes->used());
 }
 
 int main(int argc, char* argv[])
