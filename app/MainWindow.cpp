@@ -32,7 +32,6 @@ MainWindow::MainWindow(QWidget* parent)
     ui->setupUi(this);
     setCentralWidget(stack);
     setMinimumSize(300, 300);
-    playerOpen = false;
 
     auto* login = new DialogLogin(this);
     connect(login, SIGNAL(listener(bool)), this, SLOT(onLogin(bool)));

@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "patients/IconDelegate.h"
+
 #include <QModelIndex>
 #include <QPixmap>
-#include <QRect>
-#include <QStyledItemDelegate>
 
 /// Paints the icons of the record table and turns presses on the trash icon into a signal.
-class RecordDelegate : public QStyledItemDelegate
+class RecordDelegate : public IconDelegate
 {
     Q_OBJECT
 
@@ -18,17 +18,12 @@ signals:
 public:
     explicit RecordDelegate(QObject* parent = nullptr);
 
-    int getIconWidth() const { return iconRect.width(); }
-
     void paint(QPainter* painter, const QStyleOptionViewItem& option, const QModelIndex& index) const override;
-    /// Never takes an event.
-    bool editorEvent(QEvent* event, QAbstractItemModel* model, const QStyleOptionViewItem& option,
-                     const QModelIndex& index) override;
+
+protected:
+    void iconPressed(const QModelIndex& index) override;
 
 private:
     QPixmap trashIcon;
     QPixmap trashHoverIcon;
-    int hoveredRow = -1;
-    int hoveredColumn = -1;
-    QRect iconRect;
 };
