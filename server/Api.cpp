@@ -7,6 +7,7 @@
 #include "server/Failure.h"
 #include "server/FormBody.h"
 #include "server/JsonInput.h"
+#include "server/Known.h"
 #include "server/MarkerAnalysis.h"
 #include "server/Needle.h"
 #include "server/PatientInput.h"
@@ -14,14 +15,13 @@
 #include "server/Recipes.h"
 #include "server/Records.h"
 #include "server/ReplyEncoding.h"
-#include "server/Spectrum.h"
 #include "server/Synthesis.h"
 #include "server/WaveFile.h"
+#include "server/Wire.h"
 #include "server/Workbook.h"
 
 #include <QHash>
 #include <QJsonArray>
-#include <QJsonDocument>
 #include <QJsonObject>
 
 #include <algorithm>
@@ -33,55 +33,6 @@ namespace server {
 namespace {
 
 constexpr int maxDuration = 1440;
-constexpr int maxId = 64;
-
-Reply json(const QJsonDocument& document)
-{
-    Reply reply;
-    reply.body = document.toJson(QJsonDocument::Compact);
-    return reply;
-}
-
-Reply json(const QJsonObject& object)
-{
-    return json(QJsonDocument(object));
-}
-
-Reply json(const QJsonArray& array)
-{
-    return json(QJsonDocument(array));
-}
-
-Reply text(const QByteArray& body)
-{
-    Reply reply;
-    reply.contentType = QByteArrayLiteral("text/plain; charset=utf-8");
-    reply.body = body;
-    return reply;
-}
-
-Reply message(int status, const QString& sentence)
-{
-    Reply reply = json(QJsonObject{{QStringLiteral("message"), sentence}});
-    reply.status = status;
-    return reply;
-}
-
-Reply failed(const Failure& failure, const QString& language)
-{
-    if (failure.errors().isEmpty())
-        return message(failure.status(), failure.message(language));
-    QJsonArray errors;
-    for (const Failure::FieldError& error : failure.errors()) {
-        QString sentence = Messages::text(error.message, language);
-        if (!error.argument.isEmpty())
-            sentence = sentence.arg(error.argument);
-        errors.append(QJsonObject{{error.field, sentence}});
-    }
-    Reply reply = json(QJsonObject{{QStringLiteral("errors"), errors}});
-    reply.status = failure.status();
-    return reply;
-}
 
 /// For whoever runs the server; what a client sent is not repeated.
 void report(const char* what)
@@ -89,101 +40,17 @@ void report(const char* what)
     std::fprintf(stderr, "quelmar-server: %s\n", what);
 }
 
-/// Every id that was ever given out looks like this; any other text is an unknown id, and no question for the database.
-bool isId(const QString& text)
-{
-    return !text.isEmpty() && text.size() <= maxId && std::all_of(text.begin(), text.end(), [](QChar c) {
-        return (c >= QLatin1Char('a') && c <= QLatin1Char('z')) || (c >= QLatin1Char('A') && c <= QLatin1Char('Z')) ||
-               (c >= QLatin1Char('0') && c <= QLatin1Char('9')) || c == QLatin1Char('-') || c == QLatin1Char('_');
-    });
-}
-
 bool hasControls(const QString& text)
 {
     return std::any_of(text.begin(), text.end(), [](QChar c) { return c.category() == QChar::Other_Control; });
-}
-
-/// The client shows a time as it reads, so it gets the wall clock of this machine, with its offset.
-QString shown(const QDateTime& time)
-{
-    if (!time.isValid())
-        return QStringLiteral("");
-    const QDateTime local = time.toLocalTime();
-    return local.toOffsetFromUtc(local.offsetFromUtc()).toString(Qt::ISODate);
-}
-
-QJsonObject patientJson(const Patient& patient)
-{
-    return {{QStringLiteral("id"), patient.id},
-            {QStringLiteral("name"), patient.name},
-            {QStringLiteral("gender"), patient.gender},
-            {QStringLiteral("notes"), patient.notes},
-            {QStringLiteral("phone"), patient.phone},
-            {QStringLiteral("birthDate"), patient.birthDate.toString(Qt::ISODate)},
-            {QStringLiteral("age"), patient.age(QDate::currentDate())},
-            {QStringLiteral("lastRecordAt"), shown(patient.lastRecordAt)},
-            {QStringLiteral("hasDevices"), false},
-            {QStringLiteral("command"), QStringLiteral("")},
-            {QStringLiteral("isComplete"), false},
-            {QStringLiteral("isEnabled"), false}};
 }
 
 QJsonObject pageJson(const Patients::Page& page)
 {
     QJsonArray data;
     for (const Patient& patient : page.rows)
-        data.append(patientJson(patient));
+        data.append(Wire::patient(patient));
     return {{QStringLiteral("pages"), page.pages}, {QStringLiteral("data"), data}};
-}
-
-QJsonObject recordJson(const Record& record)
-{
-    return {{QStringLiteral("id"), record.id},
-            {QStringLiteral("patientId"), record.patientId},
-            {QStringLiteral("doctorName"), record.doctorName},
-            {QStringLiteral("recordedAt"), shown(record.recordedAt)},
-            {QStringLiteral("editable"), true},
-            {QStringLiteral("questionnaire"), false}};
-}
-
-QJsonObject markerJson(const Catalogue::Marker& marker, const QVector<int>& values, const QString& language)
-{
-    QJsonArray list;
-    for (const int value : values)
-        list.append(value);
-    return {{QStringLiteral("id"), marker.id},
-            {QStringLiteral("title"), marker.title.in(language)},
-            {QStringLiteral("description"), marker.description.in(language)},
-            {QStringLiteral("amount"), int(marker.frequencies.size())},
-            {QStringLiteral("values"), list}};
-}
-
-Patient knownPatient(Patients& patients, const QString& id)
-{
-    if (const std::optional<Patient> patient = isId(id) ? patients.find(id) : std::nullopt)
-        return *patient;
-    throw Failure(404, Messages::NoSuchPatient);
-}
-
-/// The analysis of a record of a patient whose existence has been checked.
-MarkerAnalysis analysisOf(Records& records, const QString& patientId, const QString& recordId)
-{
-    const std::optional<QByteArray> wave = isId(recordId) ? records.wave(patientId, recordId) : std::nullopt;
-    if (!wave)
-        throw Failure(404, Messages::NoSuchRecord);
-    return MarkerAnalysis(Spectrum(WaveFile(*wave).samples()));
-}
-
-QStringList knownMarkers(const JsonInput& input)
-{
-    QStringList markers = input.texts("markers");
-    if (markers.size() > Api::maxMarkers)
-        throw Failure(400, Messages::TooManyMarkers, QString::number(Api::maxMarkers));
-    for (const QString& id : qAsConst(markers)) {
-        if (!Catalogue::instance().marker(id))
-            throw Failure(404, Messages::NoSuchMarker);
-    }
-    return markers;
 }
 
 /// A whole number from the query, or the default if it is missing or empty.
@@ -267,13 +134,13 @@ Reply Api::handle(const Request& request)
         }
         return (this->*found.operation)(call);
     } catch (const Failure& failure) {
-        return failed(failure, language);
+        return Wire::failed(failure, language);
     } catch (const std::exception& error) {
         report(error.what());
     } catch (...) {
         report("an unknown exception");
     }
-    return message(500, Messages::text(Messages::ServerFailed, language));
+    return Wire::message(500, Messages::text(Messages::ServerFailed, language));
 }
 
 Reply Api::refuse(int status, const QByteArray& acceptLanguage)
@@ -291,7 +158,7 @@ Reply Api::refuse(int status, const QByteArray& acceptLanguage)
         id = Messages::Compressed;
     else if (status >= 500)
         id = Messages::ServerFailed;
-    return message(status, Messages::text(id, Messages::language(acceptLanguage)));
+    return Wire::message(status, Messages::text(id, Messages::language(acceptLanguage)));
 }
 
 const Api::Route& Api::find(const Request& request, QStringList& ids) const
@@ -358,18 +225,18 @@ Reply Api::login(const Call& call)
     const std::optional<Accounts::Session> session = m_accounts.login(*name, *password);
     if (!session)
         throw Failure(401, Messages::LoginFailed);
-    return json(QJsonObject{{QStringLiteral("accessToken"), session->token},
-                            {QStringLiteral("language"), session->practitioner.language},
-                            {QStringLiteral("country"), session->practitioner.country},
-                            {QStringLiteral("tokenType"), QStringLiteral("Bearer")},
-                            {QStringLiteral("expiredAt"), shown(session->expiresAt)}});
+    return Wire::json(QJsonObject{{QStringLiteral("accessToken"), session->token},
+                                  {QStringLiteral("language"), session->practitioner.language},
+                                  {QStringLiteral("country"), session->practitioner.country},
+                                  {QStringLiteral("tokenType"), QStringLiteral("Bearer")},
+                                  {QStringLiteral("expiredAt"), Wire::time(session->expiresAt)}});
 }
 
 Reply Api::listPatients(const Call& call)
 {
     PatientQuery query;
     query.size = 0;
-    return json(pageJson(Patients(m_database, call.practitioner.id).list(query)));
+    return Wire::json(pageJson(Patients(m_database, call.practitioner.id).list(query)));
 }
 
 Reply Api::filterPatients(const Call& call)
@@ -387,14 +254,14 @@ Reply Api::filterPatients(const Call& call)
     if (needle->size() > maxNeedle)
         throw Failure(400, Messages::NeedleTooLong);
     query.needle = *needle;
-    return json(pageJson(Patients(m_database, call.practitioner.id).list(query)));
+    return Wire::json(pageJson(Patients(m_database, call.practitioner.id).list(query)));
 }
 
 Reply Api::createPatient(const Call& call)
 {
     const JsonInput input(call.request.body);
     const Patient patient = PatientInput::read(input.object(), QDate::currentDate());
-    return json(patientJson(Patients(m_database, call.practitioner.id).add(patient)));
+    return Wire::json(Wire::patient(Patients(m_database, call.practitioner.id).add(patient)));
 }
 
 Reply Api::updatePatient(const Call& call)
@@ -402,32 +269,32 @@ Reply Api::updatePatient(const Call& call)
     const JsonInput input(call.request.body);
     const QString id = input.text("id");
     Patients patients(m_database, call.practitioner.id);
-    knownPatient(patients, id);
+    Known::patient(patients, id);
     Patient patient = PatientInput::read(input.object(), QDate::currentDate());
     patient.id = id;
     const std::optional<Patient> updated = patients.update(patient);
     if (!updated)
         throw Failure(404, Messages::NoSuchPatient);
-    return json(patientJson(*updated));
+    return Wire::json(Wire::patient(*updated));
 }
 
 Reply Api::deletePatient(const Call& call)
 {
     const QString id = call.ids.first();
-    if (!isId(id) || !Patients(m_database, call.practitioner.id).remove(id))
+    if (!Known::isId(id) || !Patients(m_database, call.practitioner.id).remove(id))
         throw Failure(404, Messages::NoSuchPatient);
-    return json(QJsonObject());
+    return Wire::json(QJsonObject());
 }
 
 Reply Api::listRecords(const Call& call)
 {
     Patients patients(m_database, call.practitioner.id);
-    const Patient patient = knownPatient(patients, call.ids.first());
+    const Patient patient = Known::patient(patients, call.ids.first());
     QJsonArray list;
     const QVector<Record> records = Records(m_database, call.practitioner.id).list(patient.id);
     for (const Record& record : records)
-        list.append(recordJson(record));
-    return json(list);
+        list.append(Wire::record(record));
+    return Wire::json(list);
 }
 
 Reply Api::uploadRecord(const Call& call)
@@ -449,7 +316,7 @@ Reply Api::uploadRecord(const Call& call)
         throw Failure(400, Messages::SensorIdTooLong);
 
     Patients patients(m_database, call.practitioner.id);
-    const Patient patient = knownPatient(patients, FormBody::utf8(patientIds.first()).value_or(QString()));
+    const Patient patient = Known::patient(patients, FormBody::utf8(patientIds.first()).value_or(QString()));
     const WaveFile file(waves.first());
     if (!file.isValid())
         throw Failure(400, file.message(call.language));
@@ -458,23 +325,23 @@ Reply Api::uploadRecord(const Call& call)
             .add(patient.id, waves.first(), *sensorId, QDateTime::currentDateTimeUtc());
     if (!record)
         throw Failure(404, Messages::NoSuchPatient);
-    return json(recordJson(*record));
+    return Wire::json(Wire::record(*record));
 }
 
 Reply Api::deleteRecord(const Call& call)
 {
     Patients patients(m_database, call.practitioner.id);
-    const Patient patient = knownPatient(patients, call.ids.first());
+    const Patient patient = Known::patient(patients, call.ids.first());
     const QString id = call.ids.last();
-    if (!isId(id) || !Records(m_database, call.practitioner.id).remove(patient.id, id))
+    if (!Known::isId(id) || !Records(m_database, call.practitioner.id).remove(patient.id, id))
         throw Failure(404, Messages::NoSuchRecord);
-    return json(QJsonObject());
+    return Wire::json(QJsonObject());
 }
 
 Reply Api::correctiveCategories(const Call& call)
 {
     Patients patients(m_database, call.practitioner.id);
-    knownPatient(patients, call.ids.first());
+    Known::patient(patients, call.ids.first());
     QJsonArray list;
     const QVector<Catalogue::CategoryEntry> categories = Catalogue::instance().correctiveCategories(call.language);
     for (const Catalogue::CategoryEntry& category : categories) {
@@ -485,7 +352,7 @@ Reply Api::correctiveCategories(const Call& call)
                                         {QStringLiteral("frequencies"), storage.frequencies}});
         list.append(QJsonObject{{QStringLiteral("title"), category.title}, {QStringLiteral("storages"), storages}});
     }
-    return json(list);
+    return Wire::json(list);
 }
 
 Reply Api::analyseMarkers(const Call& call)
@@ -495,7 +362,7 @@ Reply Api::analyseMarkers(const Call& call)
     const QString storageId = input.text("storageId");
     const QStringList recordIds = input.texts("records");
     Patients patients(m_database, call.practitioner.id);
-    knownPatient(patients, patientId);
+    Known::patient(patients, patientId);
     if (recordIds.isEmpty())
         throw Failure(400, Messages::NoRecordGiven);
     if (recordIds.size() > 1)
@@ -507,9 +374,9 @@ Reply Api::analyseMarkers(const Call& call)
     Records records(m_database, call.practitioner.id);
     QJsonArray rows;
     for (const MarkerAnalysis::Row& row :
-         MarkerAnalysis::rows(*storage, {analysisOf(records, patientId, recordIds.first())}))
-        rows.append(markerJson(*row.marker, row.values, call.language));
-    return json(QJsonObject{{QStringLiteral("rows"), rows}});
+         MarkerAnalysis::rows(*storage, {Known::analysis(records, patientId, recordIds.first())}))
+        rows.append(Wire::marker(*row.marker, row.values, call.language));
+    return Wire::json(QJsonObject{{QStringLiteral("rows"), rows}});
 }
 
 Reply Api::loadRecipe(const Call& call)
@@ -517,21 +384,21 @@ Reply Api::loadRecipe(const Call& call)
     const QString patientId = call.ids.first();
     const QString recordId = call.ids.last();
     Patients patients(m_database, call.practitioner.id);
-    knownPatient(patients, patientId);
+    Known::patient(patients, patientId);
     Records records(m_database, call.practitioner.id);
-    if (!isId(recordId) || !records.find(patientId, recordId))
+    if (!Known::isId(recordId) || !records.find(patientId, recordId))
         throw Failure(404, Messages::NoSuchRecord);
     const Recipe recipe = Recipes(m_database, call.practitioner.id).load(patientId, recordId);
     QJsonArray list;
     if (!recipe.markerIds.isEmpty()) {
-        const MarkerAnalysis analysis = analysisOf(records, patientId, recordId);
+        const MarkerAnalysis analysis = Known::analysis(records, patientId, recordId);
         for (const QString& id : recipe.markerIds) {
             // A later catalogue may have dropped a marker that an earlier recipe names.
             if (const Catalogue::Marker* marker = Catalogue::instance().marker(id))
-                list.append(markerJson(*marker, {analysis.value(*marker)}, call.language));
+                list.append(Wire::marker(*marker, {analysis.value(*marker)}, call.language));
         }
     }
-    return json(list);
+    return Wire::json(list);
 }
 
 Reply Api::saveRecipe(const Call& call)
@@ -544,13 +411,13 @@ Reply Api::saveRecipe(const Call& call)
     recipe.duration = input.optionalNumber("duration", maxDuration);
     const QString command = input.optionalText("command");
     Patients patients(m_database, call.practitioner.id);
-    knownPatient(patients, patientId);
-    recipe.markerIds = knownMarkers(input);
+    Known::patient(patients, patientId);
+    recipe.markerIds = Known::markers(input);
     if (!command.isEmpty())
         throw Failure(501, Messages::NotAvailable);
-    if (!isId(recordId) || !Recipes(m_database, call.practitioner.id).save(patientId, recordId, recipe))
+    if (!Known::isId(recordId) || !Recipes(m_database, call.practitioner.id).save(patientId, recordId, recipe))
         throw Failure(404, Messages::NoSuchRecord);
-    return json(QJsonObject());
+    return Wire::json(QJsonObject());
 }
 
 Reply Api::makeRecipe(const Call& call)
@@ -562,10 +429,10 @@ Reply Api::makeRecipe(const Call& call)
     input.optionalText("command");
     input.optionalNumber("duration", maxDuration);
     Patients patients(m_database, call.practitioner.id);
-    knownPatient(patients, patientId);
-    if (!isId(recordId) || !Records(m_database, call.practitioner.id).find(patientId, recordId))
+    Known::patient(patients, patientId);
+    if (!Known::isId(recordId) || !Records(m_database, call.practitioner.id).find(patientId, recordId))
         throw Failure(404, Messages::NoSuchRecord);
-    const QStringList markers = knownMarkers(input);
+    const QStringList markers = Known::markers(input);
 
     QHash<QString, QByteArray> made;
     QVector<QByteArray> blocks;
@@ -578,14 +445,14 @@ Reply Api::makeRecipe(const Call& call)
     const QByteArray body = ReplyEncoding::blocks(blocks);
     if (body.isEmpty())
         throw Failure(500, Messages::ServerFailed);
-    return text(body);
+    return Wire::text(body);
 }
 
 Reply Api::exportWorkbook(const Call& call)
 {
     const JsonInput input(call.request.body);
     Patients patients(m_database, call.practitioner.id);
-    const Patient patient = knownPatient(patients, input.text("patientId"));
+    const Patient patient = Known::patient(patients, input.text("patientId"));
     Workbook::PatientSheet sheet;
     sheet.name = patient.name;
     sheet.birthDate = patient.birthDate;
@@ -601,7 +468,7 @@ Reply Api::exportWorkbook(const Call& call)
     const QByteArray workbook = Workbook::create(sheet, rows, call.language);
     if (workbook.isEmpty())
         throw Failure(500, Messages::ServerFailed);
-    return text(workbook.toBase64());
+    return Wire::text(workbook.toBase64());
 }
 
 Reply Api::notAvailable(const Call&)

@@ -16,8 +16,6 @@ class Database;
 class Api : public RequestHandler
 {
 public:
-    /// The most markers that a recipe may hold.
-    static constexpr int maxMarkers = 500;
     /// The most rows that a page of patients may have, and how many it has if the request does not say.
     static constexpr int maxPageSize = 500;
     static constexpr int defaultPageSize = 20;

@@ -1,0 +1,35 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "server/MarkerAnalysis.h"
+#include "server/Patient.h"
+
+#include <QString>
+#include <QStringList>
+
+namespace server {
+
+class JsonInput;
+class Patients;
+class Records;
+
+/// What a request names by its id: found, or refused with a Failure of status 404.
+class Known
+{
+public:
+    /// The most markers that a request may name.
+    static constexpr int maxMarkers = 500;
+
+    Known() = delete;
+
+    /// Every id that was ever given out looks like this; any other text is an unknown id, and no question for the
+    /// database.
+    static bool isId(const QString& text);
+    static Patient patient(Patients& patients, const QString& id);
+    /// The analysis of a record of a patient whose existence has been checked.
+    static MarkerAnalysis analysis(Records& records, const QString& patientId, const QString& recordId);
+    /// The ids under "markers", all of them in the catalogue; more than `maxMarkers` are refused with status 400.
+    static QStringList markers(const JsonInput& input);
+};
+
+} // namespace server
