@@ -49,12 +49,15 @@ ViewPatient::ViewPatient(QWidget* parent, Patient* shownPatient)
     ui->tableViewBox->setAttribute(Qt::WA_StyledBackground);
     setupTable();
 
+    connect(ui->buttonAnalysis, SIGNAL(clicked()), this, SLOT(analysis()));
+    connect(ui->buttonComparativeAnalysis, SIGNAL(clicked()), this, SLOT(comparativeAnalysis()));
     connect(ui->buttonDeletePatient, SIGNAL(clicked()), this, SLOT(deletePatient()));
     connect(ui->buttonEditPatient, SIGNAL(clicked()), this, SLOT(onEditPatient()));
     connect(ui->buttonExcelExport, SIGNAL(clicked()), this, SLOT(excelExport()));
     connect(ui->buttonListPatients, SIGNAL(clicked()), this, SLOT(patientsList()));
     connect(ui->buttonNewRecord, SIGNAL(clicked()), this, SLOT(onNewRecord()));
     connect(ui->buttonReceipt, SIGNAL(clicked()), this, SLOT(receipt()));
+    connect(ui->buttonRecoveryHistory, SIGNAL(clicked()), this, SLOT(recoveryHistory()));
     connect(ui->buttonRefresh, SIGNAL(clicked()), this, SLOT(onLoad()));
     connect(ui->buttonDeleteCommand, SIGNAL(clicked()), this, SLOT(onDeleteCommand()));
     connect(header, SIGNAL(checkBoxClicked(bool)), this, SLOT(onHeaderCheckBoxClicked(bool)));
@@ -235,6 +238,24 @@ void ViewPatient::deviceStateChanged()
 {
     PatientManager::getInstance()->replace(patient);
     updateUi();
+}
+
+void ViewPatient::analysis()
+{
+    QList<Record> checked = model->getAllCheckedRecords();
+    emit onAnalysis(patient, checked);
+}
+
+void ViewPatient::comparativeAnalysis()
+{
+    QList<Record> checked = model->getAllCheckedRecords();
+    emit onComparativeAnalysis(patient, checked);
+}
+
+void ViewPatient::recoveryHistory()
+{
+    QList<Record> checked = model->getAllCheckedRecords();
+    emit onRecoveryHistory(patient, checked);
 }
 
 void ViewPatient::receipt()

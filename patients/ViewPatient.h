@@ -4,6 +4,7 @@
 #include "model/Patient.h"
 
 #include <QByteArray>
+#include <QList>
 #include <QModelIndex>
 #include <QString>
 #include <QWidget>
@@ -28,10 +29,14 @@ class ViewPatient : public QWidget
     Q_OBJECT
 
 signals:
+    /// The ticked records, in the order of the model.
+    void onAnalysis(Patient& patient, QList<Record>& records);
+    void onComparativeAnalysis(Patient& patient, QList<Record>& records);
     void onPatientsList();
     /// Nothing has been asked yet, and nothing has been sent.
     void onPatientDelete(QWidget* parent, Patient& patient);
     void onReceipt(Patient& patient, Record& record);
+    void onRecoveryHistory(Patient& patient, QList<Record>& records);
     /// Raw samples, and the name of the patient to show.
     void onPlay(const QByteArray& bytes, const QString& text);
 
@@ -59,6 +64,9 @@ public slots:
     void onSendCommand(const QString& command, Record* record = nullptr);
     void onDeleteCommand();
 
+    void analysis();
+    void comparativeAnalysis();
+    void recoveryHistory();
     void receipt();
     void excelExport();
     void onExportSuccess(const QByteArray& bytes);

@@ -65,6 +65,11 @@ QJsonObject remotePatient()
 
 } // namespace
 
+using RecordsSignal = void (ViewPatient::*)(Patient&, QList<Record>&);
+using Tool = void (ViewPatient::*)();
+Q_DECLARE_METATYPE(RecordsSignal)
+Q_DECLARE_METATYPE(Tool)
+
 class TestViewPatient : public QObject
 {
     Q_OBJECT
@@ -316,8 +321,10 @@ private slots:
     {
         // The main window connects by these texts.
         open(0);
-        for (const char* const signal : {"onPatientsList()", "onPatientDelete(QWidget*,Patient&)",
-                                         "onReceipt(Patient&,Record&)", "onPlay(QByteArray,QString)"}) {
+        for (const char* const signal :
+             {"onPatientsList()", "onPatientDelete(QWidget*,Patient&)", "onReceipt(Patient&,Record&)",
+              "onPlay(QByteArray,QString)", "onAnalysis(Patient&,QList<Record>&)",
+              "onComparativeAnalysis(Patient&,QList<Record>&)", "onRecoveryHistory(Patient&,QList<Record>&)"}) {
             QVERIFY2(view->metaObject()->indexOfSignal(signal) >= 0, signal);
         }
         for (const char* const slot :
@@ -807,6 +814,68 @@ private slots:
         recordId.clear();
         view->receipt();
         QVERIFY(recordId.isEmpty());
+    }
+
+    // --- the analysis, the comparison and the history ---
+
+    void readsCheckedRecords_data()
+    {
+        QTest::addColumn<QString>("button");
+        QTest::addColumn<RecordsSignal>("signal");
+        QTest::addColumn<Tool>("slot");
+        QTest::addColumn<int>("fewest");
+        QTest::newRow("analysis") << "buttonAnalysis" << RecordsSignal(&ViewPatient::onAnalysis)
+                                  << Tool(&ViewPatient::analysis) << 1;
+        QTest::newRow("comparison") << "buttonComparativeAnalysis" << RecordsSignal(&ViewPatient::onComparativeAnalysis)
+                                    << Tool(&ViewPatient::comparativeAnalysis) << 3;
+        QTest::newRow("history") << "buttonRecoveryHistory" << RecordsSignal(&ViewPatient::onRecoveryHistory)
+                                 << Tool(&ViewPatient::recoveryHistory) << 1;
+    }
+
+    void readsCheckedRecords()
+    {
+        QFETCH(QString, button);
+        QFETCH(RecordsSignal, signal);
+        QFETCH(Tool, slot);
+        QFETCH(int, fewest);
+        open(4);
+        QStringList names;
+        QStringList ids;
+        connect(view.get(), signal, this, [&](Patient& patient, QList<Record>& list) {
+            names.append(patient.getName());
+            ids.clear();
+            for (const Record& record : qAsConst(list)) {
+                ids.append(record.getId());
+            }
+        });
+        auto* const tool = view->findChild<QPushButton*>(button);
+        for (int checked = 0; checked < fewest; ++checked) {
+            tool->click();
+            QCOMPARE(names.size(), 0);
+            clickCheckBox(checked);
+        }
+        tool->click();
+        QCOMPARE(names, QStringList(QStringLiteral("Anna Berg")));
+        QCOMPARE(ids.size(), fewest);
+
+        records()->toggle(true);
+        tool->click();
+        QStringList all;
+        const QList<Record> checkedRecords = records()->getAllCheckedRecords();
+        for (const Record& record : checkedRecords) {
+            all.append(record.getId());
+        }
+        QCOMPARE(all.size(), 4);
+        QCOMPARE(ids, all);
+        QCOMPARE(names.size(), 2);
+
+        // Called without a button, the list is what is ticked, even if that is nothing.
+        records()->toggle(false);
+        (view.get()->*slot)();
+        QCOMPARE(names.size(), 3);
+        QVERIFY(ids.isEmpty());
+        // Nothing but the request for the records has been sent.
+        QCOMPARE(server->requests().size(), 1);
     }
 
     // --- the export ---
