@@ -45,6 +45,12 @@ const QStringList notYetWritten{
     QStringLiteral("ViewAnalysis"),         QStringLiteral("ViewComparativeAnalysis"),
     QStringLiteral("DialogAbout"),          QStringLiteral("DialogAutospectrum"),
     QStringLiteral("DialogChangePassword"), QStringLiteral("DialogManageDevices"),
+    QStringLiteral("ViewComparativeAnalysis"),
+    QStringLiteral("ViewRecoveryHistory"),
+    QStringLiteral("DialogAbout"),
+    QStringLiteral("DialogAutospectrum"),
+    QStringLiteral("DialogChangePassword"),
+    QStringLiteral("DialogManageDevices"),
 };
 
 /// Classes of Qt that the sheet may name, by their own meta objects, so that a typing error cannot stand here either.
@@ -63,12 +69,12 @@ const QMetaObject* const qtClasses[] = {
 const QStringList qtOtherNames{QStringLiteral("QToolTip"), QStringLiteral("QTableCornerButton")};
 
 const QStringList subControls{
-    QStringLiteral("add-line"),   QStringLiteral("add-page"),  QStringLiteral("chunk"),
-    QStringLiteral("down-arrow"), QStringLiteral("drop-down"), QStringLiteral("down-button"),
-    QStringLiteral("handle"),     QStringLiteral("item"),      QStringLiteral("pane"),
-    QStringLiteral("section"),    QStringLiteral("separator"), QStringLiteral("sub-line"),
-    QStringLiteral("sub-page"),   QStringLiteral("tab"),       QStringLiteral("up-arrow"),
-    QStringLiteral("up-button"),
+    QStringLiteral("add-line"),    QStringLiteral("add-page"),   QStringLiteral("chunk"),
+    QStringLiteral("corner"),      QStringLiteral("down-arrow"), QStringLiteral("drop-down"),
+    QStringLiteral("down-button"), QStringLiteral("handle"),     QStringLiteral("item"),
+    QStringLiteral("pane"),        QStringLiteral("section"),    QStringLiteral("separator"),
+    QStringLiteral("sub-line"),    QStringLiteral("sub-page"),   QStringLiteral("tab"),
+    QStringLiteral("up-arrow"),    QStringLiteral("up-button"),
 };
 const QStringList states{
     QStringLiteral("checked"),    QStringLiteral("default"),  QStringLiteral("disabled"), QStringLiteral("focus"),

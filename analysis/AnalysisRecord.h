@@ -1,0 +1,36 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <QDateTime>
+#include <QHash>
+#include <QList>
+#include <QPair>
+#include <QString>
+
+/// One column of the analysis table: what one analysed record says of each marker, in the order of appending. A plain
+/// value; an index is not checked and must be below count().
+class AnalysisRecord
+{
+public:
+    QDateTime date() const { return recordedAt; }
+    void setDate(const QDateTime& date) { recordedAt = date; }
+
+    void append(const QString& id, int value) { values.append({id, value}); }
+    int value(int index) const { return values.at(index).second; }
+    /// Of the first entry with this id; 0 if there is none.
+    int value(const QString& id) const;
+    QString id(int index) const { return values.at(index).first; }
+    /// Place of the first entry with this id; -1 if there is none.
+    int indexOf(const QString& id) const;
+    int count() const { return values.size(); }
+    /// Drops all entries; the date stays.
+    void clear();
+
+private:
+    /// Marker id and value.
+    QList<QPair<QString, int>> values;
+    QDateTime recordedAt;
+    /// Where each id stands first, as far as the look-ups so far have indexed the entries.
+    mutable QHash<QString, int> places;
+    mutable int indexed = 0;
+};
