@@ -14,7 +14,7 @@
 #include <QTest>
 #include <QTranslator>
 
-/// What the server would say, for the tests of this folder.
+/// What the server would say, for the tests of this folder and of the analysis.
 namespace RecipeFixtures {
 
 QJsonObject marker(const QString& id, const QString& title, int value = 0, int amount = 1,
