@@ -51,6 +51,8 @@ const QStringList notYetWritten{
     QStringLiteral("DialogAutospectrum"),
     QStringLiteral("DialogChangePassword"),
     QStringLiteral("DialogManageDevices"),
+    QStringLiteral("ViewAnalysis"),       QStringLiteral("ViewRecoveryHistory"),  QStringLiteral("DialogAbout"),
+    QStringLiteral("DialogAutospectrum"), QStringLiteral("DialogChangePassword"), QStringLiteral("DialogManageDevices"),
 };
 
 /// Classes of Qt that the sheet may name, by their own meta objects, so that a typing error cannot stand here either.
