@@ -6,12 +6,14 @@
 #include "model/Record.h"
 #include "net/Controller.h"
 #include "patients/CheckBoxHeader.h"
+#include "patients/DialogManageDevices.h"
 #include "patients/FormPatient.h"
 #include "patients/PatientModel.h"
 #include "patients/PatientProxyModel.h"
 #include "patients/RecordDelegate.h"
 #include "patients/RecordModel.h"
 #include "signal/AudioRecorder.h"
+#include "signal/DialogAutospectrum.h"
 #include "signal/Utils.h"
 #include "ui_ViewPatient.h"
 
@@ -50,11 +52,13 @@ ViewPatient::ViewPatient(QWidget* parent, Patient* shownPatient)
     setupTable();
 
     connect(ui->buttonAnalysis, SIGNAL(clicked()), this, SLOT(analysis()));
+    connect(ui->buttonAutospectrum, SIGNAL(clicked()), this, SLOT(autospectrum()));
     connect(ui->buttonComparativeAnalysis, SIGNAL(clicked()), this, SLOT(comparativeAnalysis()));
     connect(ui->buttonDeletePatient, SIGNAL(clicked()), this, SLOT(deletePatient()));
     connect(ui->buttonEditPatient, SIGNAL(clicked()), this, SLOT(onEditPatient()));
     connect(ui->buttonExcelExport, SIGNAL(clicked()), this, SLOT(excelExport()));
     connect(ui->buttonListPatients, SIGNAL(clicked()), this, SLOT(patientsList()));
+    connect(ui->buttonManageDevice, SIGNAL(clicked()), this, SLOT(manageDevice()));
     connect(ui->buttonNewRecord, SIGNAL(clicked()), this, SLOT(onNewRecord()));
     connect(ui->buttonReceipt, SIGNAL(clicked()), this, SLOT(receipt()));
     connect(ui->buttonRecoveryHistory, SIGNAL(clicked()), this, SLOT(recoveryHistory()));
@@ -210,12 +214,7 @@ void ViewPatient::onSendCommand(const QString& command, Record* record)
 {
     auto* controller = new Controller(this);
     controller->command(&patient, record, command);
-    connect(controller, &Controller::onSuccess, this, [this] {
-        Dialogs::success(this, tr("Text.commandSuccess"));
-        patient.setStatusRecord();
-        deviceStateChanged();
-    });
-    connect(controller, SIGNAL(onError(QString)), this, SLOT(onError(QString)));
+    changeDeviceBy(controller, tr("Text.commandSuccess"), &Patient::setStatusRecord);
 }
 
 void ViewPatient::onDeleteCommand()
@@ -226,18 +225,86 @@ void ViewPatient::onDeleteCommand()
     }
     auto* controller = new Controller(this);
     controller->deleteCommand(&patient);
-    connect(controller, &Controller::onSuccess, this, [this] {
-        Dialogs::success(this, tr("Text.deleteCommandSuccess"));
-        patient.setStatusNoCommand();
-        deviceStateChanged();
+    changeDeviceBy(controller, tr("Text.deleteCommandSuccess"), &Patient::setStatusNoCommand);
+}
+
+void ViewPatient::manageDevice()
+{
+    const QPointer<DialogManageDevices> dialog(new DialogManageDevices(this, &patient));
+    connect(dialog, SIGNAL(listenerConnect(QString)), this, SLOT(onDeviceConnect(QString)));
+    connect(dialog, SIGNAL(listenerDisconnect()), this, SLOT(onDeviceDisconnect()));
+    connect(dialog, SIGNAL(listenerToggle()), this, SLOT(onDeviceToggle()));
+    dialog->exec();
+    // The dialog goes with the screen.
+    if (dialog != nullptr) {
+        dialog->deleteLater();
+    }
+}
+
+void ViewPatient::onDeviceConnect(const QString& id)
+{
+    auto* controller = new Controller(this);
+    controller->deviceConnect(&patient, id);
+    changeDeviceBy(controller, tr("Text.deviceConnectSuccess"), [](Patient& bound) { bound.setHasDevices(true); });
+}
+
+void ViewPatient::onDeviceDisconnect()
+{
+    auto* controller = new Controller(this);
+    controller->deviceDisconnect(&patient);
+    changeDeviceBy(controller, tr("Text.deviceDisconnectSuccess"), [](Patient& freed) { freed.setHasDevices(false); });
+}
+
+void ViewPatient::onDeviceToggle()
+{
+    auto* controller = new Controller(this);
+    controller->deviceToggle(&patient);
+    changeDeviceBy(controller, tr("Text.deviceStatusChangeSuccess"), &Patient::toggleEnabled);
+}
+
+void ViewPatient::changeDeviceBy(Controller* controller, const QString& message,
+                                 const std::function<void(Patient&)>& change)
+{
+    connect(controller, &Controller::onSuccess, this, [this, message, change] {
+        const QPointer<ViewPatient> self(this);
+        Dialogs::success(this, message);
+        if (self == nullptr) {
+            return;
+        }
+        change(patient);
+        PatientManager::getInstance()->replace(patient);
+        updateUi();
     });
     connect(controller, SIGNAL(onError(QString)), this, SLOT(onError(QString)));
 }
 
-void ViewPatient::deviceStateChanged()
+void ViewPatient::autospectrum()
 {
-    PatientManager::getInstance()->replace(patient);
-    updateUi();
+    const QPointer<DialogAutospectrum> dialog(new DialogAutospectrum(this));
+    connect(dialog, SIGNAL(listener(int)), this, SLOT(onAutospectrum(int)));
+    dialog->exec();
+    if (dialog != nullptr) {
+        dialog->deleteLater();
+    }
+}
+
+void ViewPatient::onAutospectrum(int minutes)
+{
+    const QList<Record> checked = model->getAllCheckedRecords();
+    if (minutes < 1 || checked.isEmpty()) {
+        return;
+    }
+    Record record = checked.first();
+    auto* controller = new Controller(this);
+    controller->recipeAutospectrum(&patient, &record, Utils::getDeviceId());
+    connect(controller, &Controller::onBytes, this,
+            [this, minutes](const QByteArray& bytes) { onAutospectrumSuccess(bytes, minutes); });
+    connect(controller, SIGNAL(onError(QString)), this, SLOT(onError(QString)));
+}
+
+void ViewPatient::onAutospectrumSuccess(const QByteArray& bytes, int value)
+{
+    emit onPlay(Utils::repeatBlocks(Utils::bytesToArray(bytes), Utils::calculateRepeats(value, 1)), patient.getName());
 }
 
 void ViewPatient::analysis()

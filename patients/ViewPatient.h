@@ -9,8 +9,10 @@
 #include <QString>
 #include <QWidget>
 
+#include <functional>
 #include <memory>
 
+class Controller;
 class Record;
 class CheckBoxHeader;
 class PatientProxyModel;
@@ -67,6 +69,18 @@ public slots:
     void analysis();
     void comparativeAnalysis();
     void recoveryHistory();
+    void manageDevice();
+    /// `id` is the identity of the device to bind.
+    void onDeviceConnect(const QString& id);
+    void onDeviceDisconnect();
+    void onDeviceToggle();
+
+    void autospectrum();
+    /// Asks for the first checked record's autospectrum; without one, or with less than a minute, nothing happens.
+    void onAutospectrum(int minutes);
+    /// `bytes` is a JSON array of base64 blocks, `value` the minutes that each of them shall fill.
+    void onAutospectrumSuccess(const QByteArray& bytes, int value);
+
     void receipt();
     void excelExport();
     void onExportSuccess(const QByteArray& bytes);
@@ -77,8 +91,9 @@ public slots:
 private:
     void setupTable();
     void updateUi();
-    /// What follows each change of the device's state: the list of patients gets this screen's copy.
-    void deviceStateChanged();
+    /// Connects a request that changes the device's state. Once it has succeeded and the user has read `message`,
+    /// `change` is made to this screen's copy of the patient, and the list of patients gets the copy.
+    void changeDeviceBy(Controller* controller, const QString& message, const std::function<void(Patient&)>& change);
 
     std::unique_ptr<Ui::ViewPatient> ui;
     RecordModel* model;

@@ -12,6 +12,7 @@
 #include <QFile>
 #include <QFileDialog>
 #include <QHeaderView>
+#include <QPointer>
 #include <QStandardPaths>
 
 #include <cmath>
@@ -25,8 +26,6 @@ constexpr int rowHeight = 40;
 constexpr int maximumMinutes = 600;
 /// Beyond it the size fields of a WAV header, which is made from an int, would be wrong.
 constexpr qint64 maximumFile = std::numeric_limits<int>::max();
-/// Far more than the longest duration needs (0.8 GB), and well within what a QByteArray can hold.
-constexpr qint64 maximumAudio = 1LL << 30;
 
 QByteArray decode(const QJsonValue& block)
 {
@@ -205,7 +204,11 @@ void ViewImpact::sendCommand(QList<Marker>& markers, int duration)
     controller->saveRecipe(&patient, &record, markers, duration,
                            ui->comboBoxCommand->currentData(Qt::UserRole).toString());
     connect(controller, &Controller::onSuccess, this, [this] {
+        const QPointer<ViewImpact> self(this);
         Dialogs::success(this, tr("Text.recipeCommandSuccess"));
+        if (self == nullptr) {
+            return;
+        }
         ui->buttonStart->setEnabled(true);
         patient.setStatusRecipe();
         PatientManager::getInstance()->replace(patient);
@@ -266,21 +269,7 @@ void ViewImpact::saveWav(const QJsonArray& blocks)
 
 void ViewImpact::play(const QJsonArray& blocks)
 {
-    QList<QByteArray> chunks;
-    qint64 onePass = 0;
-    for (const QJsonValue& block : blocks) {
-        chunks.append(decode(block));
-        onePass += chunks.last().size();
-    }
-    // Blocks of the usual length never come near the limit; of longer ones as many whole passes are played as it
-    // allows.
-    const qint64 passes = onePass == 0 ? 1 : qMin<qint64>(repeats, qMax<qint64>(1, maximumAudio / onePass));
-    audio.reserve(static_cast<int>(onePass * passes));
-    for (const QByteArray& chunk : qAsConst(chunks)) {
-        for (qint64 pass = 0; pass < passes; ++pass) {
-            audio.append(chunk);
-        }
-    }
+    audio = Utils::repeatBlocks(blocks, repeats);
     emit onPlay(audio, patient.getName());
 }
 

@@ -15,6 +15,8 @@ namespace {
 
 /// Length in seconds of one pass of a marker's block.
 constexpr double passSeconds = 2.98;
+/// Hours of sound, and well within what a QByteArray can hold.
+constexpr qint64 maximumPlayback = 1LL << 30;
 
 void append16(QByteArray& bytes, quint16 value)
 {
@@ -140,6 +142,25 @@ int Utils::calculateRepeats(int minutes, int count)
         return 1;
     }
     return static_cast<int>(passes);
+}
+
+QByteArray Utils::repeatBlocks(const QJsonArray& blocks, int repeats)
+{
+    QList<QByteArray> chunks;
+    qint64 onePass = 0;
+    for (const QJsonValue& block : blocks) {
+        chunks.append(QByteArray::fromBase64(block.toString().toUtf8()));
+        onePass += chunks.last().size();
+    }
+    const qint64 passes = onePass == 0 ? 1 : qMin<qint64>(repeats, qMax<qint64>(1, maximumPlayback / onePass));
+    QByteArray samples;
+    samples.reserve(static_cast<int>(onePass * passes));
+    for (const QByteArray& chunk : qAsConst(chunks)) {
+        for (qint64 pass = 0; pass < passes; ++pass) {
+            samples.append(chunk);
+        }
+    }
+    return samples;
 }
 
 QString Utils::getDeviceId()

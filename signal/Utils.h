@@ -27,6 +27,9 @@ public:
     static QByteArray wavHeader(int dataSize);
     /// How many whole passes of 2.98 s each of `count` items gets when `minutes` are shared evenly; at least 1.
     static int calculateRepeats(int minutes, int count);
+    /// The samples of a whole playback: each base64 block in turn, `repeats` times in a row. What is no text counts as
+    /// empty. Beyond a gigabyte all blocks get fewer passes, as many as fit, but at least one.
+    static QByteArray repeatBlocks(const QJsonArray& blocks, int repeats);
     /// The serial text of the first USB device that names itself as the sensor; empty if there is none, if it cannot
     /// be opened or if it has no serial. Walks the bus on the calling thread.
     static QString getDeviceId();

@@ -25,8 +25,6 @@ const struct
     {"MainWindow",
      "Text.upToDate Text.updatesAvailable Text.updatesTitle Text.changeLocaleSuccess Dialog.successChangePassword",
      "DialogChangePassword"},
-    {"ViewPatient", "Text.deviceConnectSuccess Text.deviceDisconnectSuccess Text.deviceStatusChangeSuccess",
-     "DialogManageDevices"},
 };
 
 QVector<FoundText> textsOfTheProgram()

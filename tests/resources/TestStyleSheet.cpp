@@ -53,6 +53,8 @@ const QStringList notYetWritten{
     QStringLiteral("DialogManageDevices"),
     QStringLiteral("ViewAnalysis"),       QStringLiteral("ViewRecoveryHistory"),  QStringLiteral("DialogAbout"),
     QStringLiteral("DialogAutospectrum"), QStringLiteral("DialogChangePassword"), QStringLiteral("DialogManageDevices"),
+    QStringLiteral("ViewAnalysis"), QStringLiteral("ViewComparativeAnalysis"), QStringLiteral("ViewRecoveryHistory"),
+    QStringLiteral("DialogAbout"),  QStringLiteral("DialogChangePassword"),
 };
 
 /// Classes of Qt that the sheet may name, by their own meta objects, so that a typing error cannot stand here either.
