@@ -17,6 +17,8 @@ private slots:
     void wavFileSize();
     void calculateRepeats_data();
     void calculateRepeats();
+    void repeatBlocks_data();
+    void repeatBlocks();
     void isWindows();
     void monthNames_data();
     void monthNames();
@@ -111,6 +113,31 @@ void TestUtils::calculateRepeats()
     QFETCH(int, minutes);
     QFETCH(int, count);
     QTEST(Utils::calculateRepeats(minutes, count), "repeats");
+}
+
+void TestUtils::repeatBlocks_data()
+{
+    QTest::addColumn<QByteArray>("json");
+    QTest::addColumn<int>("repeats");
+    QTest::addColumn<QByteArray>("samples");
+    QTest::newRow("no blocks") << QByteArray("[]") << 3 << QByteArray();
+    QTest::newRow("one block") << QByteArray(R"(["YWI="])") << 3 << QByteArray("ababab");
+    QTest::newRow("block by block") << QByteArray(R"(["YWI=", "Yw=="])") << 2 << QByteArray("ababcc");
+    QTest::newRow("one pass") << QByteArray(R"(["YWI=", "Yw=="])") << 1 << QByteArray("abc");
+    QTest::newRow("any bytes") << QByteArray(R"(["AP8K"])") << 2 << QByteArray("\0\xff\n\0\xff\n", 6);
+    QTest::newRow("no text") << QByteArray(R"([7, null, {}, ["YQ=="], true, 1e300, "YQ=="])") << 2 << QByteArray("aa");
+    QTest::newRow("empty texts") << QByteArray(R"(["", "YQ==", ""])") << 2 << QByteArray("aa");
+    QTest::newRow("empty texts alone") << QByteArray(R"(["", ""])") << 1000000 << QByteArray();
+    QTest::newRow("broken base64") << QByteArray(R"(["Y!Q=", "Yg"])") << 1 << QByteArray("ab");
+    QTest::newRow("no passes") << QByteArray(R"(["YQ=="])") << 0 << QByteArray();
+    QTest::newRow("negative passes") << QByteArray(R"(["YQ=="])") << -1 << QByteArray();
+}
+
+void TestUtils::repeatBlocks()
+{
+    QFETCH(QByteArray, json);
+    QFETCH(int, repeats);
+    QTEST(Utils::repeatBlocks(QJsonDocument::fromJson(json).array(), repeats), "samples");
 }
 
 void TestUtils::isWindows()
