@@ -2,18 +2,23 @@
 #include "app/MainWindow.h"
 
 #include "app/Constants.h"
+#include "app/DialogAbout.h"
+#include "app/DialogChangePassword.h"
 #include "app/Dialogs.h"
 #include "app/switchTranslator.h"
 #include "model/PatientManager.h"
 #include "net/Authentication.h"
+#include "net/Controller.h"
 #include "net/DialogLogin.h"
 #include "patients/ViewPatient.h"
 #include "patients/ViewPatients.h"
 #include "recipe/ViewImpact.h"
 #include "recipe/ViewReceipt.h"
 #include "signal/DialogPlayer.h"
+#include "signal/Utils.h"
 #include "ui_MainWindow.h"
 
+#include <QActionGroup>
 #include <QCloseEvent>
 #include <QLocale>
 #include <QPointer>
@@ -70,11 +75,96 @@ void MainWindow::onLogin(bool ok)
         std::exit(0);
     }
     loadLanguage(Authentication::getInstance()->getLocale());
+    createLanguageMenu();
     showMaximized();
 
     auto* patients = new ViewPatients(this);
     connect(patients, SIGNAL(onChoosePatient(Patient&)), this, SLOT(onChoosePatient(Patient&)));
+    connect(ui->menuAbout, SIGNAL(triggered()), this, SLOT(onMenuAbout()));
+    connect(ui->menuPassword, SIGNAL(triggered()), this, SLOT(onMenuPassword()));
+    connect(ui->menuUpdates, SIGNAL(triggered()), this, SLOT(onMenuUpdates()));
     pushScreen(patients);
+}
+
+void MainWindow::createLanguageMenu()
+{
+    auto* group = new QActionGroup(ui->menuLanguage);
+    group->setExclusive(true);
+    connect(group, SIGNAL(triggered(QAction*)), this, SLOT(onLanguageChanged(QAction*)));
+
+    const QString current = Authentication::getInstance()->getLocale();
+    for (const QString& locale : Constants::LANGUAGES) {
+        auto* action = new QAction(QLocale::languageToString(QLocale(locale).language()), group);
+        action->setIcon(QIcon(QStringLiteral(":/flags/%1.png").arg(locale)));
+        action->setCheckable(true);
+        action->setData(locale);
+        ui->menuLanguage->addAction(action);
+        group->addAction(action);
+        if (locale == current) {
+            action->setChecked(true);
+        }
+    }
+}
+
+void MainWindow::onLanguageChanged(QAction* action)
+{
+    if (action == nullptr) {
+        return;
+    }
+    setWindowIcon(action->icon());
+    const QString locale = action->data().toString();
+    if (locale == currentLanguage) {
+        return;
+    }
+    auto* controller = new Controller(this);
+    controller->changeLocale(locale);
+    connect(controller, &Controller::onSuccess, this, [this, locale] {
+        const QPointer<MainWindow> alive(this);
+        // The box still speaks the old language.
+        Dialogs::success(this, tr("Text.changeLocaleSuccess"));
+        if (alive != nullptr) {
+            loadLanguage(locale);
+        }
+    });
+    connect(controller, &Controller::onError, this, [this](const QString& message) { Dialogs::error(this, message); });
+}
+
+void MainWindow::onMenuPassword()
+{
+    const QPointer<DialogChangePassword> dialog(new DialogChangePassword(this));
+    connect(dialog, SIGNAL(listener(bool)), this, SLOT(onChangePassword(bool)));
+    dialog->exec();
+    // The dialog goes with the window.
+    if (dialog != nullptr) {
+        dialog->deleteLater();
+    }
+}
+
+void MainWindow::onChangePassword(bool ok)
+{
+    if (ok) {
+        Dialogs::success(this, tr("Dialog.successChangePassword"));
+    }
+}
+
+void MainWindow::onMenuAbout()
+{
+    const QPointer<DialogAbout> dialog(new DialogAbout(this));
+    dialog->exec();
+    if (dialog != nullptr) {
+        dialog->deleteLater();
+    }
+}
+
+void MainWindow::onMenuUpdates()
+{
+    auto* controller = new Controller(this);
+    controller->updates();
+    connect(controller, &Controller::onBytes, this, [this](const QByteArray& bytes) {
+        const bool update = Utils::bytesToJson(bytes).value(QLatin1String("update")).toBool(false);
+        Dialogs::info(this, tr("Text.updatesTitle"), update ? tr("Text.updatesAvailable") : tr("Text.upToDate"));
+    });
+    connect(controller, &Controller::onError, this, [this](const QString& message) { Dialogs::error(this, message); });
 }
 
 void MainWindow::pushScreen(QWidget* screen)

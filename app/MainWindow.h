@@ -11,6 +11,7 @@
 #include <QString>
 #include <QTranslator>
 
+class QAction;
 class QStackedWidget;
 
 namespace Ui {
@@ -40,6 +41,14 @@ public:
 public slots:
     void onLogin(bool ok);
 
+    /// Takes the locale name from the action's data. The language changes once the server has taken it; the window
+    /// bears the action's icon at once.
+    void onLanguageChanged(QAction* action);
+    void onMenuPassword();
+    void onChangePassword(bool ok);
+    void onMenuAbout();
+    void onMenuUpdates();
+
     void onChoosePatient(Patient& patient);
     void onReceipt(Patient& patient, Record& record);
     void onImpact(Patient& patient, Record& record, QList<Marker>& markers, bool flag);
@@ -59,6 +68,7 @@ protected:
     void closeEvent(QCloseEvent* event) override;
 
 private:
+    void createLanguageMenu();
     void pushScreen(QWidget* screen);
 
     Ui::MainWindow* ui;

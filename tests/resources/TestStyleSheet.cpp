@@ -50,6 +50,8 @@ const QStringList notYetWritten{
     QStringLiteral("DialogAbout"),
     QStringLiteral("DialogAutospectrum"),
     QStringLiteral("DialogChangePassword"),
+    QStringLiteral("ViewAnalysis"),        QStringLiteral("ViewComparativeAnalysis"),
+    QStringLiteral("ViewRecoveryHistory"), QStringLiteral("DialogAutospectrum"),
     QStringLiteral("DialogManageDevices"),
     QStringLiteral("ViewAnalysis"),       QStringLiteral("ViewRecoveryHistory"),  QStringLiteral("DialogAbout"),
     QStringLiteral("DialogAutospectrum"), QStringLiteral("DialogChangePassword"), QStringLiteral("DialogManageDevices"),
