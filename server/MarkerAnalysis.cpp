@@ -28,9 +28,12 @@ double harmonicNumber(int count)
     return sum;
 }
 
-int valueOf(double decibels)
+std::vector<double> squared(std::vector<double> values)
 {
-    return std::clamp(int(std::lround(100.0 * decibels / fullLevel)), 0, 100);
+    for (double& value : values) {
+        value *= value;
+    }
+    return values;
 }
 
 int firstBin(double frequency)
@@ -46,28 +49,38 @@ int lastBin(double frequency)
 } // namespace
 
 MarkerAnalysis::MarkerAnalysis(const Spectrum& spectrum)
-    : m_powers(spectrum.amplitudes())
+    : m_powers(squared(spectrum.amplitudes()))
+    , m_medians(m_powers)
 {
-    for (double& power : m_powers) {
-        power *= power;
-    }
 }
 
 std::vector<MarkerAnalysis::Row> MarkerAnalysis::rows(const Catalogue::Storage& storage,
                                                       const std::vector<MarkerAnalysis>& records)
 {
+    QVector<QVector<double>> levels;
+    for (const MarkerAnalysis& record : records) {
+        QVector<double> ofRecord;
+        for (const Catalogue::Marker& marker : storage.markers) {
+            ofRecord.append(record.level(marker));
+        }
+        levels.append(ofRecord);
+    }
+    return ranked(storage, levels);
+}
+
+std::vector<MarkerAnalysis::Row> MarkerAnalysis::ranked(const Catalogue::Storage& storage,
+                                                        const QVector<QVector<double>>& records)
+{
     std::vector<std::pair<double, Row>> ranked;
     ranked.reserve(size_t(storage.markers.size()));
-    for (const Catalogue::Marker& marker : storage.markers) {
+    for (int i = 0; i < storage.markers.size(); ++i) {
         Row row;
-        row.marker = &marker;
-        double firstLevel = 0;
-        for (const MarkerAnalysis& record : records) {
-            const double decibels = record.level(marker);
-            firstLevel = row.values.isEmpty() ? decibels : firstLevel;
-            row.values.append(valueOf(decibels));
+        row.marker = &storage.markers.at(i);
+        row.values.reserve(records.size());
+        for (const QVector<double>& levels : records) {
+            row.values.append(valueOf(levels.at(i)));
         }
-        ranked.emplace_back(firstLevel, row);
+        ranked.emplace_back(records.isEmpty() ? 0 : records.first().at(i), row);
     }
     std::stable_sort(ranked.begin(), ranked.end(),
                      [](const auto& left, const auto& right) { return left.first > right.first; });
@@ -78,6 +91,11 @@ std::vector<MarkerAnalysis::Row> MarkerAnalysis::rows(const Catalogue::Storage& 
         rows.push_back(std::move(entry.second));
     }
     return rows;
+}
+
+int MarkerAnalysis::valueOf(double level)
+{
+    return std::clamp(int(std::lround(100.0 * level / fullLevel)), 0, 100);
 }
 
 double MarkerAnalysis::level(const Catalogue::Marker& marker) const
@@ -140,10 +158,7 @@ double MarkerAnalysis::level(double frequency, double low, double high) const
 
 double MarkerAnalysis::noise(int first, int last) const
 {
-    std::vector<double> powers(m_powers.begin() + first, m_powers.begin() + last + 1);
-    const auto middle = powers.begin() + std::ptrdiff_t(powers.size() / 2);
-    std::nth_element(powers.begin(), middle, powers.end());
-    return std::max(*middle / std::log(2.0), roundingNoise());
+    return std::max(m_medians.median(first, last) / std::log(2.0), roundingNoise());
 }
 
 } // namespace server

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "server/Catalogue.h"
+#include "server/RangeMedian.h"
 #include "server/Spectrum.h"
 
 #include <QVector>
@@ -54,6 +55,11 @@ public:
     /// catalogue's order. The storage has to outlive the rows.
     static std::vector<Row> rows(const Catalogue::Storage& storage, const std::vector<MarkerAnalysis>& records);
 
+    /// The same from levels that were found before: for each record those of the storage's markers, in its order.
+    static std::vector<Row> ranked(const Catalogue::Storage& storage, const QVector<QVector<double>>& records);
+    /// What a level (dB) is on the scale from 0 to 100.
+    static int valueOf(double level);
+
     /// dB, at least 0.
     double level(const Catalogue::Marker& marker) const;
     /// 0 to 100.
@@ -64,6 +70,7 @@ private:
     double noise(int first, int last) const;
 
     std::vector<double> m_powers;
+    RangeMedian m_medians;
 };
 
 } // namespace server

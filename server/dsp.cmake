@@ -4,17 +4,27 @@ pkg_check_modules(FFTW REQUIRED IMPORTED_TARGET fftw3)
 pkg_check_modules(XLSXWRITER REQUIRED IMPORTED_TARGET xlsxwriter)
 
 target_sources(quelmar_server_core PRIVATE
+    AnalysisResult.cpp
+    AnalysisResult.h
+    BandLevels.cpp
+    BandLevels.h
     Catalogue.cpp
     Catalogue.h
+    Comparison.cpp
+    Comparison.h
     LocalText.cpp
     LocalText.h
     MarkerAnalysis.cpp
     MarkerAnalysis.h
+    RangeMedian.cpp
+    RangeMedian.h
     ReplyEncoding.cpp
     ReplyEncoding.h
     SignalFormat.h
     Spectrum.cpp
     Spectrum.h
+    SummaryScore.cpp
+    SummaryScore.h
     Synthesis.cpp
     Synthesis.h
     WaveFile.cpp
