@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "server/Api.h"
 
+#include "server/Analyses.h"
 #include "server/Catalogue.h"
 #include "server/Database.h"
 #include "server/DatabaseError.h"
@@ -93,8 +94,13 @@ Api::Api(Database& database, int sessionHours)
     route("GET", "/record/*", &Api::listRecords);
     route("POST", "/record", &Api::uploadRecord);
     route("DELETE", "/record/*/*", &Api::deleteRecord);
+    route("POST", "/patient/questionnaire", &Api::questionnaire);
+    route("PUT", "/patient/questionnaire/*", &Api::updateQuestionnaire);
+    route("GET", "/category/diagnostic/*", &Api::diagnosticCategories);
     route("GET", "/category/corrective/*", &Api::correctiveCategories);
     route("POST", "/analysis", &Api::analyseMarkers);
+    route("POST", "/analysis/summary", &Api::analysisSummary);
+    route("POST", "/analysis/comparative", &Api::analysisComparative);
     route("GET", "/recipe/*/*", &Api::loadRecipe);
     route("PUT", "/recipe", &Api::saveRecipe);
     route("POST", "/recipe", &Api::makeRecipe);
@@ -103,16 +109,11 @@ Api::Api(Database& database, int sessionHours)
     route("POST", "/auth/password", &Api::notAvailable);
     route("PUT", "/auth/locale", &Api::notAvailable);
     route("GET", "/auth/updates", &Api::notAvailable);
-    route("POST", "/patient/questionnaire", &Api::notAvailable);
-    route("PUT", "/patient/questionnaire/*", &Api::notAvailable);
     route("POST", "/patient/device", &Api::notAvailable);
     route("PUT", "/patient/device", &Api::notAvailable);
     route("DELETE", "/patient/device/*", &Api::notAvailable);
     route("POST", "/command", &Api::notAvailable);
     route("DELETE", "/command/*", &Api::notAvailable);
-    route("POST", "/analysis/summary", &Api::notAvailable);
-    route("POST", "/analysis/comparative", &Api::notAvailable);
-    route("GET", "/category/diagnostic/*", &Api::notAvailable);
     route("POST", "/recipe/autospectrum", &Api::notAvailable);
 }
 
@@ -338,47 +339,6 @@ Reply Api::deleteRecord(const Call& call)
     return Wire::json(QJsonObject());
 }
 
-Reply Api::correctiveCategories(const Call& call)
-{
-    Patients patients(m_database, call.practitioner.id);
-    Known::patient(patients, call.ids.first());
-    QJsonArray list;
-    const QVector<Catalogue::CategoryEntry> categories = Catalogue::instance().correctiveCategories(call.language);
-    for (const Catalogue::CategoryEntry& category : categories) {
-        QJsonArray storages;
-        for (const Catalogue::StorageEntry& storage : category.storages)
-            storages.append(QJsonObject{{QStringLiteral("id"), storage.id},
-                                        {QStringLiteral("title"), storage.title},
-                                        {QStringLiteral("frequencies"), storage.frequencies}});
-        list.append(QJsonObject{{QStringLiteral("title"), category.title}, {QStringLiteral("storages"), storages}});
-    }
-    return Wire::json(list);
-}
-
-Reply Api::analyseMarkers(const Call& call)
-{
-    const JsonInput input(call.request.body);
-    const QString patientId = input.text("patientId");
-    const QString storageId = input.text("storageId");
-    const QStringList recordIds = input.texts("records");
-    Patients patients(m_database, call.practitioner.id);
-    Known::patient(patients, patientId);
-    if (recordIds.isEmpty())
-        throw Failure(400, Messages::NoRecordGiven);
-    if (recordIds.size() > 1)
-        throw Failure(501, Messages::SeveralRecords);
-    const Catalogue::Storage* storage = Catalogue::instance().storage(storageId);
-    if (!storage)
-        throw Failure(404, Messages::NoSuchStorage);
-
-    Records records(m_database, call.practitioner.id);
-    QJsonArray rows;
-    for (const MarkerAnalysis::Row& row :
-         MarkerAnalysis::rows(*storage, {Known::analysis(records, patientId, recordIds.first())}))
-        rows.append(Wire::marker(*row.marker, row.values, call.language));
-    return Wire::json(QJsonObject{{QStringLiteral("rows"), rows}});
-}
-
 Reply Api::loadRecipe(const Call& call)
 {
     const QString patientId = call.ids.first();
@@ -391,11 +351,14 @@ Reply Api::loadRecipe(const Call& call)
     const Recipe recipe = Recipes(m_database, call.practitioner.id).load(patientId, recordId);
     QJsonArray list;
     if (!recipe.markerIds.isEmpty()) {
-        const MarkerAnalysis analysis = Known::analysis(records, patientId, recordId);
+        const auto results = Analyses(m_database, call.practitioner.id).results(patientId, {recordId});
+        const auto result = results.find(recordId);
+        if (result == results.end())
+            throw Failure(404, Messages::NoSuchRecord);
         for (const QString& id : recipe.markerIds) {
             // A later catalogue may have dropped a marker that an earlier recipe names.
             if (const Catalogue::Marker* marker = Catalogue::instance().marker(id))
-                list.append(Wire::marker(*marker, {analysis.value(*marker)}, call.language));
+                list.append(Wire::marker(*marker, {MarkerAnalysis::valueOf(result->level(*marker))}, call.language));
         }
     }
     return Wire::json(list);
@@ -464,7 +427,7 @@ Reply Api::exportWorkbook(const Call& call)
     QVector<Workbook::RecordRow> rows;
     const QVector<Record> records = Records(m_database, call.practitioner.id).list(patient.id);
     for (const Record& record : records)
-        rows.append({record.recordedAt.toLocalTime(), record.doctorName, false, record.sensorId});
+        rows.append({record.recordedAt.toLocalTime(), record.doctorName, record.questionnaire, record.sensorId});
     const QByteArray workbook = Workbook::create(sheet, rows, call.language);
     if (workbook.isEmpty())
         throw Failure(500, Messages::ServerFailed);

@@ -62,8 +62,13 @@ private:
     Reply listRecords(const Call& call);
     Reply uploadRecord(const Call& call);
     Reply deleteRecord(const Call& call);
+    Reply diagnosticCategories(const Call& call);
     Reply correctiveCategories(const Call& call);
     Reply analyseMarkers(const Call& call);
+    Reply analysisSummary(const Call& call);
+    Reply analysisComparative(const Call& call);
+    Reply questionnaire(const Call& call);
+    Reply updateQuestionnaire(const Call& call);
     Reply loadRecipe(const Call& call);
     Reply saveRecipe(const Call& call);
     Reply makeRecipe(const Call& call);

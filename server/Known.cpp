@@ -5,9 +5,8 @@
 #include "server/Failure.h"
 #include "server/JsonInput.h"
 #include "server/Patients.h"
-#include "server/Records.h"
-#include "server/Spectrum.h"
-#include "server/WaveFile.h"
+
+#include <QHash>
 
 #include <algorithm>
 
@@ -34,12 +33,22 @@ Patient Known::patient(Patients& patients, const QString& id)
     throw Failure(404, Messages::NoSuchPatient);
 }
 
-MarkerAnalysis Known::analysis(Records& records, const QString& patientId, const QString& recordId)
+QVector<int> Known::records(const QVector<Record>& all, const QStringList& ids)
 {
-    const std::optional<QByteArray> wave = isId(recordId) ? records.wave(patientId, recordId) : std::nullopt;
-    if (!wave)
-        throw Failure(404, Messages::NoSuchRecord);
-    return MarkerAnalysis(Spectrum(WaveFile(*wave).samples()));
+    if (ids.size() > maxRecords)
+        throw Failure(400, Messages::TooManyRecords, QString::number(maxRecords));
+    QHash<QString, int> places;
+    for (int i = 0; i < all.size(); ++i)
+        places.insert(all.at(i).id, i);
+    QVector<int> found;
+    found.reserve(ids.size());
+    for (const QString& id : ids) {
+        const int place = places.value(id, -1);
+        if (place < 0)
+            throw Failure(404, Messages::NoSuchRecord);
+        found.append(place);
+    }
+    return found;
 }
 
 QStringList Known::markers(const JsonInput& input)

@@ -1,17 +1,17 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "server/MarkerAnalysis.h"
 #include "server/Patient.h"
+#include "server/Record.h"
 
 #include <QString>
 #include <QStringList>
+#include <QVector>
 
 namespace server {
 
 class JsonInput;
 class Patients;
-class Records;
 
 /// What a request names by its id: found, or refused with a Failure of status 404.
 class Known
@@ -19,6 +19,8 @@ class Known
 public:
     /// The most markers that a request may name.
     static constexpr int maxMarkers = 500;
+    /// The most records that a request may name.
+    static constexpr int maxRecords = 500;
 
     Known() = delete;
 
@@ -26,8 +28,9 @@ public:
     /// database.
     static bool isId(const QString& text);
     static Patient patient(Patients& patients, const QString& id);
-    /// The analysis of a record of a patient whose existence has been checked.
-    static MarkerAnalysis analysis(Records& records, const QString& patientId, const QString& recordId);
+    /// Where in `all`, the records of a patient, those of these ids stand, in the order of the ids; more than
+    /// `maxRecords` are refused with status 400.
+    static QVector<int> records(const QVector<Record>& all, const QStringList& ids);
     /// The ids under "markers", all of them in the catalogue; more than `maxMarkers` are refused with status 400.
     static QStringList markers(const JsonInput& input);
 };

@@ -71,9 +71,21 @@ LocalText textOf(Messages::Id id)
                 QStringLiteral("Искомый текст слишком длинный.")};
     case Messages::NoRecordGiven:
         return {QStringLiteral("No record was chosen."), QStringLiteral("Не выбрана ни одна запись.")};
-    case Messages::SeveralRecords:
-        return {QStringLiteral("This server cannot analyse several records at once yet."),
-                QStringLiteral("Этот сервер пока не умеет анализировать несколько записей сразу.")};
+    case Messages::TooManyRecords:
+        return {QStringLiteral("At most %1 records can be chosen at once."),
+                QStringLiteral("За один раз можно выбрать не больше %1 записей.")};
+    case Messages::AnswersInvalid:
+        return {QStringLiteral("The answers of a record have to be an object of symptoms."),
+                QStringLiteral("Ответы к записи должны быть объектом из симптомов.")};
+    case Messages::IntensityInvalid:
+        return {QStringLiteral("The strength of a symptom has to be a number from -%1 to %1."),
+                QStringLiteral("Выраженность симптома должна быть числом от -%1 до %1.")};
+    case Messages::SymptomNameInvalid:
+        return {QStringLiteral("The name of a symptom has to be a text of 1 to %1 characters in one line."),
+                QStringLiteral("Название симптома должно быть текстом в одну строку длиной от 1 до %1 символов.")};
+    case Messages::TooManySymptoms:
+        return {QStringLiteral("A patient can have at most %1 symptoms of their own."),
+                QStringLiteral("У пациента может быть не больше %1 собственных симптомов.")};
     case Messages::FormExpected:
         return {QStringLiteral("A record is uploaded as a multipart form."),
                 QStringLiteral("Запись передаётся в виде составной формы.")};

@@ -34,7 +34,11 @@ public:
         BadQuery,       ///< %1: the key
         NeedleTooLong,
         NoRecordGiven,
-        SeveralRecords,
+        TooManyRecords, ///< %1: the limit
+        AnswersInvalid,
+        IntensityInvalid,   ///< %1: the limit
+        SymptomNameInvalid, ///< %1: the limit
+        TooManySymptoms,    ///< %1: the limit
         FormExpected,
         UploadParts,
         SensorIdTooLong,

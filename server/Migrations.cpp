@@ -69,6 +69,20 @@ QVector<QStringList> steps()
                            "marker_id TEXT NOT NULL, "
                            "PRIMARY KEY (record_id, position))"),
         },
+        {
+            QStringLiteral("CREATE TABLE analyses ("
+                           "record_id TEXT NOT NULL PRIMARY KEY REFERENCES records (id) ON DELETE CASCADE, "
+                           "catalogue_version INTEGER NOT NULL, "
+                           "result {bytes} NOT NULL)"),
+            QStringLiteral("CREATE TABLE questionnaires ("
+                           "record_id TEXT NOT NULL PRIMARY KEY REFERENCES records (id) ON DELETE CASCADE)"),
+            QStringLiteral("CREATE TABLE questionnaire_answers ("
+                           "record_id TEXT NOT NULL REFERENCES questionnaires (record_id) ON DELETE CASCADE, "
+                           "custom INTEGER NOT NULL, "
+                           "symptom TEXT NOT NULL, "
+                           "intensity DOUBLE PRECISION NOT NULL, "
+                           "PRIMARY KEY (record_id, custom, symptom))"),
+        },
     };
 }
 

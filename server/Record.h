@@ -14,6 +14,7 @@ struct Record
     QString doctorName;   ///< of the practitioner who owns the patient
     QDateTime recordedAt; ///< UTC
     QString sensorId;     ///< of the device that recorded it; may be empty
+    bool questionnaire = false;
 };
 
 } // namespace server

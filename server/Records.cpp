@@ -19,7 +19,8 @@ QString selection(const QString& columns)
 
 QString columns()
 {
-    return QStringLiteral("r.id, r.patient_id, o.full_name, o.name, r.recorded_at, r.sensor_id");
+    return QStringLiteral("r.id, r.patient_id, o.full_name, o.name, r.recorded_at, r.sensor_id, "
+                          "EXISTS (SELECT 1 FROM questionnaires q WHERE q.record_id = r.id)");
 }
 
 Record recordOf(const QSqlQuery& query)
@@ -32,6 +33,7 @@ Record recordOf(const QSqlQuery& query)
         record.doctorName = query.value(3).toString();
     record.recordedAt = QDateTime::fromString(query.value(4).toString(), Qt::ISODateWithMs);
     record.sensorId = query.value(5).toString();
+    record.questionnaire = query.value(6).toBool();
     return record;
 }
 

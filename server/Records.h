@@ -28,7 +28,7 @@ public:
     /// Nothing if there is no such patient.
     std::optional<Record> add(const QString& patientId, const QByteArray& wave, const QString& sensorId,
                               const QDateTime& recordedAt);
-    /// With its recipe. False if there is no such record.
+    /// With its recipe, its questionnaire and the results of its analysis. False if there is no such record.
     bool remove(const QString& patientId, const QString& id);
 
 private:

@@ -68,6 +68,11 @@ QString Wire::time(const QDateTime& moment)
     return local.toOffsetFromUtc(local.offsetFromUtc()).toString(Qt::ISODate);
 }
 
+QString Wire::clock(const QDateTime& moment)
+{
+    return moment.toLocalTime().toString(QStringLiteral("yyyy-MM-dd HH:mm:ss"));
+}
+
 QJsonObject Wire::patient(const Patient& row)
 {
     return {{QStringLiteral("id"), row.id},
@@ -91,7 +96,7 @@ QJsonObject Wire::record(const Record& row)
             {QStringLiteral("doctorName"), row.doctorName},
             {QStringLiteral("recordedAt"), time(row.recordedAt)},
             {QStringLiteral("editable"), true},
-            {QStringLiteral("questionnaire"), false}};
+            {QStringLiteral("questionnaire"), row.questionnaire}};
 }
 
 QJsonObject Wire::marker(const Catalogue::Marker& entry, const QVector<int>& values, const QString& language)

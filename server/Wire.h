@@ -39,6 +39,9 @@ public:
     /// is an empty text.
     static QString time(const QDateTime& moment);
 
+    /// The same wall clock as the client's tables print it, "yyyy-MM-dd HH:mm:ss".
+    static QString clock(const QDateTime& moment);
+
     static QJsonObject patient(const Patient& row);
     static QJsonObject record(const Record& row);
     /// `values` has one entry for each record that was analysed.

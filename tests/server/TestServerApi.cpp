@@ -412,16 +412,11 @@ void TestServerApi::laterOperationsAreNotAvailable_data()
     row("POST", "/auth/password");
     row("PUT", "/auth/locale");
     row("GET", "/auth/updates/?version=2021.3.0");
-    row("POST", "/patient/questionnaire");
-    row("PUT", "/patient/questionnaire/x");
     row("POST", "/patient/device");
     row("DELETE", "/patient/device/x");
     row("PUT", "/patient/device");
     row("POST", "/command");
     row("DELETE", "/command/x");
-    row("POST", "/analysis/summary");
-    row("POST", "/analysis/comparative");
-    row("GET", "/category/diagnostic/x");
     row("POST", "/recipe/autospectrum");
 }
 
@@ -1212,7 +1207,6 @@ void TestServerApi::analysisRefuses()
     };
     const QString notes = QStringLiteral("notes");
     QCOMPARE(status(patient, notes, QJsonArray()), 400);
-    QCOMPARE(status(patient, notes, QJsonArray{record, record}), 501);
     QCOMPARE(status(patient, notes, record), 400);
     QCOMPARE(status(patient, notes, QJsonArray{5}), 400);
     QCOMPARE(status(patient, 5, QJsonArray{record}), 400);
