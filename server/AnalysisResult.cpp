@@ -5,12 +5,12 @@
 #include "server/MarkerAnalysis.h"
 #include "server/Spectrum.h"
 
-#include <QDataStream>
 #include <QHash>
-#include <QIODevice>
+#include <QtEndian>
 
 #include <zlib.h>
 
+#include <algorithm>
 #include <cmath>
 
 namespace server {
@@ -49,12 +49,8 @@ quint32 checkSum(const QByteArray& bytes)
     return quint32(crc32(0, reinterpret_cast<const Bytef*>(bytes.constData()), uInt(bytes.size())));
 }
 
-void prepare(QDataStream& stream)
-{
-    stream.setVersion(QDataStream::Qt_5_15);
-    stream.setByteOrder(QDataStream::LittleEndian);
-    stream.setFloatingPointPrecision(QDataStream::DoublePrecision);
-}
+constexpr int headSize = int(sizeof(quint32));
+constexpr int sumSize = int(sizeof(quint32));
 
 } // namespace
 
@@ -72,45 +68,34 @@ AnalysisResult::AnalysisResult(const Spectrum& spectrum)
 
 std::optional<AnalysisResult> AnalysisResult::fromBytes(const QByteArray& bytes)
 {
-    const int count = Places::instance().count() + BandLevels::count;
-    const int size = int(sizeof(quint32)) + count * int(sizeof(double));
-    if (bytes.size() != size + int(sizeof(quint32))) {
+    const int markers = Places::instance().count();
+    const int count = markers + BandLevels::count;
+    const int size = headSize + count * int(sizeof(double));
+    if (bytes.size() != size + sumSize || qFromLittleEndian<quint32>(bytes.constData()) != method ||
+        qFromLittleEndian<quint32>(bytes.constData() + size) != checkSum(bytes.left(size))) {
         return std::nullopt;
     }
-    QDataStream stream(bytes);
-    prepare(stream);
-    quint32 writtenBy = 0;
-    stream >> writtenBy;
+    QVector<double> values(count);
+    qFromLittleEndian<double>(bytes.constData() + headSize, count, values.data());
+    if (!std::all_of(values.begin(), values.end(), [](double level) { return std::isfinite(level); })) {
+        return std::nullopt;
+    }
     AnalysisResult result;
-    for (int i = 0; i < count; ++i) {
-        double level = 0;
-        stream >> level;
-        if (!std::isfinite(level)) {
-            return std::nullopt;
-        }
-        (i < Places::instance().count() ? result.m_levels : result.m_bands).append(level);
-    }
-    quint32 sum = 0;
-    stream >> sum;
-    if (writtenBy != method || sum != checkSum(bytes.left(size))) {
-        return std::nullopt;
-    }
+    result.m_levels = values.mid(0, markers);
+    result.m_bands = values.mid(markers);
     return result;
 }
 
 QByteArray AnalysisResult::toBytes() const
 {
-    QByteArray bytes;
-    QDataStream stream(&bytes, QIODevice::WriteOnly);
-    prepare(stream);
-    stream << method;
-    for (const QVector<double>& part : {m_levels, m_bands}) {
-        for (const double level : part) {
-            stream << level;
-        }
-    }
-    stream << checkSum(bytes);
-    return bytes;
+    const QVector<double> values = m_levels + m_bands;
+    const int size = headSize + values.size() * int(sizeof(double));
+    QByteArray bytes(size, Qt::Uninitialized);
+    qToLittleEndian<quint32>(method, bytes.data());
+    qToLittleEndian<double>(values.constData(), values.size(), bytes.data() + headSize);
+    QByteArray sum(sumSize, Qt::Uninitialized);
+    qToLittleEndian<quint32>(checkSum(bytes), sum.data());
+    return bytes + sum;
 }
 
 QVector<double> AnalysisResult::levels(const Catalogue::Storage& storage) const

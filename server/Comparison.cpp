@@ -105,16 +105,16 @@ void Comparison::compareMarkers(const QVector<Entry>& records, const QString& la
 {
     QVector<QPair<double, const Catalogue::Marker*>> strongest;
     for (const Catalogue::Storage& storage : Catalogue::instance().storages()) {
-        for (const Catalogue::Marker& marker : storage.markers) {
-            if (marker.frequencies.size() != 1) {
-                continue;
-            }
-            double level = 0;
-            for (const Entry& record : records) {
-                level = std::max(level, record.result.level(marker));
-            }
-            if (MarkerAnalysis::valueOf(level) > 0) {
-                strongest.append({level, &marker});
+        QVector<double> greatest(storage.markers.size(), 0.0);
+        for (const Entry& record : records) {
+            const QVector<double> levels = record.result.levels(storage);
+            std::transform(greatest.begin(), greatest.end(), levels.begin(), greatest.begin(),
+                           [](double one, double other) { return std::max(one, other); });
+        }
+        for (int i = 0; i < greatest.size(); ++i) {
+            const Catalogue::Marker& marker = storage.markers.at(i);
+            if (marker.frequencies.size() == 1 && MarkerAnalysis::valueOf(greatest.at(i)) > 0) {
+                strongest.append({greatest.at(i), &marker});
             }
         }
     }
