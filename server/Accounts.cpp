@@ -6,6 +6,7 @@
 #include "server/TextKeys.h"
 
 #include <algorithm>
+#include <new>
 
 namespace server {
 
@@ -45,6 +46,11 @@ Accounts::Accounts(Database& database, int sessionHours)
     : m_database(database)
     , m_sessionHours(sessionHours)
 {
+}
+
+QStringList Accounts::locales()
+{
+    return {QStringLiteral("en_US"), QStringLiteral("ru_RU"), QStringLiteral("de_DE"), QStringLiteral("pl_PL")};
 }
 
 QString Accounts::objection(const Practitioner& practitioner, const QString& password)
@@ -100,14 +106,14 @@ std::optional<Practitioner> Accounts::find(const QString& name)
 
 bool Accounts::passwordMatches(const QString& name, const QString& password)
 {
-    QString hash;
-    {
-        QSqlQuery query = m_database.run(QStringLiteral("SELECT password_hash FROM practitioners WHERE name = ?"),
-                                         {TextKeys::normalized(name)});
-        if (query.next())
-            hash = query.value(0).toString();
-    }
-    return Secrets::passwordMatches(password, hash);
+    return Secrets::passwordMatches(password, passwordHash(name));
+}
+
+QString Accounts::passwordHash(const QString& name)
+{
+    QSqlQuery query = m_database.run(QStringLiteral("SELECT password_hash FROM practitioners WHERE name = ?"),
+                                     {TextKeys::normalized(name)});
+    return query.next() ? query.value(0).toString() : QString();
 }
 
 QVector<Practitioner> Accounts::all()
@@ -122,10 +128,13 @@ QVector<Practitioner> Accounts::all()
 
 std::optional<Accounts::Session> Accounts::login(const QString& name, const QString& password)
 {
-    if (!passwordMatches(name, password))
+    const QString hash = passwordHash(name);
+    if (!Secrets::passwordMatches(password, hash))
         return std::nullopt;
+    Database::Transaction transaction(m_database);
     const std::optional<Practitioner> practitioner = find(name);
-    if (!practitioner)
+    // A password that was changed meanwhile has ended the sessions that it gave.
+    if (!practitioner || passwordHash(name) != hash)
         return std::nullopt;
     const QDateTime now = QDateTime::currentDateTimeUtc();
     Session session;
@@ -133,11 +142,18 @@ std::optional<Accounts::Session> Accounts::login(const QString& name, const QStr
     session.token = Secrets::randomToken();
     session.expiresAt = now.addSecs(qint64(m_sessionHours) * 3600);
     m_database.run(QStringLiteral("DELETE FROM sessions WHERE expires_at < ?"), {stored(now.addDays(-1))});
+    begin(session);
+    transaction.commit();
+    return session;
+}
+
+void Accounts::begin(const Session& session)
+{
     m_database.run(
         QStringLiteral(
             "INSERT INTO sessions (token_hash, practitioner_id, created_at, expires_at) VALUES (?, ?, ?, ?)"),
-        {Secrets::tokenHash(session.token), practitioner->id, stored(now), stored(session.expiresAt)});
-    return session;
+        {Secrets::tokenHash(session.token), session.practitioner.id, stored(QDateTime::currentDateTimeUtc()),
+         stored(session.expiresAt)});
 }
 
 Accounts::Authentication Accounts::authenticate(const QString& token)
@@ -156,6 +172,60 @@ Accounts::Authentication Accounts::authenticate(const QString& token)
     result.state = TokenState::Valid;
     result.practitioner = practitionerOf(query);
     return result;
+}
+
+bool Accounts::setPassword(const QString& name, const QString& password)
+{
+    const QString hash = Secrets::passwordHash(password);
+    if (hash.isEmpty())
+        return false;
+    Database::Transaction transaction(m_database);
+    const std::optional<Practitioner> practitioner = find(name);
+    if (!practitioner)
+        return false;
+    m_database.run(QStringLiteral("UPDATE practitioners SET password_hash = ? WHERE id = ?"), {hash, practitioner->id});
+    m_database.run(QStringLiteral("DELETE FROM sessions WHERE practitioner_id = ?"), {practitioner->id});
+    transaction.commit();
+    return true;
+}
+
+std::optional<Accounts::Session> Accounts::changePassword(const QString& token, const QString& oldPassword,
+                                                          const QString& newPassword)
+{
+    const Authentication before = authenticate(token);
+    const QString oldHash = before.state == TokenState::Valid ? passwordHash(before.practitioner.name) : QString();
+    if (!Secrets::passwordMatches(oldPassword, oldHash))
+        return std::nullopt;
+    const QString newHash = Secrets::passwordHash(newPassword);
+    if (newHash.isEmpty())
+        throw std::bad_alloc();
+
+    // Hashing takes too long to keep others from writing meanwhile: what it relied on is looked at once more.
+    Database::Transaction transaction(m_database);
+    Session session;
+    session.practitioner = before.practitioner;
+    session.token = Secrets::randomToken();
+    {
+        QSqlQuery query = m_database.run(QStringLiteral("SELECT s.expires_at FROM sessions s "
+                                                        "JOIN practitioners p ON p.id = s.practitioner_id "
+                                                        "WHERE s.token_hash = ? AND p.id = ? AND p.password_hash = ?"),
+                                         {Secrets::tokenHash(token), before.practitioner.id, oldHash});
+        if (!query.next())
+            return std::nullopt;
+        session.expiresAt = QDateTime::fromString(query.value(0).toString(), Qt::ISODateWithMs);
+    }
+    m_database.run(QStringLiteral("UPDATE practitioners SET password_hash = ? WHERE id = ?"),
+                   {newHash, before.practitioner.id});
+    m_database.run(QStringLiteral("DELETE FROM sessions WHERE practitioner_id = ?"), {before.practitioner.id});
+    begin(session);
+    transaction.commit();
+    return session;
+}
+
+void Accounts::setLocale(const QString& practitionerId, const QString& language, const QString& country)
+{
+    m_database.run(QStringLiteral("UPDATE practitioners SET language = ?, country = ? WHERE id = ?"),
+                   {language, country, practitionerId});
 }
 
 } // namespace server

@@ -4,6 +4,7 @@
 #include "server/Practitioner.h"
 
 #include <QDateTime>
+#include <QStringList>
 #include <QVector>
 
 #include <optional>
@@ -42,6 +43,9 @@ public:
     /// A session lasts `sessionHours`. The database has to outlive the accounts.
     explicit Accounts(Database& database, int sessionHours = 24 * 7);
 
+    /// The locales that a practitioner may change to, such as "ru_RU": those that the client has texts for.
+    static QStringList locales();
+
     /// What forbids this name, password or locale, as a sentence for the command line; empty if nothing does.
     static QString objection(const Practitioner& practitioner, const QString& password);
 
@@ -56,7 +60,19 @@ public:
     std::optional<Session> login(const QString& name, const QString& password);
     Authentication authenticate(const QString& token);
 
+    /// Sets the password and ends all sessions. False for an unknown name, or if the hash cannot be computed.
+    bool setPassword(const QString& name, const QString& password);
+    /// Sets the password of the practitioner whose session has this token, ends all their sessions, and begins one in
+    /// place of this one, which ends when this one would have ended. Nothing if the old password is wrong, or if the
+    /// session is over by now; throws std::bad_alloc if the hash cannot be computed.
+    std::optional<Session> changePassword(const QString& token, const QString& oldPassword, const QString& newPassword);
+    void setLocale(const QString& practitionerId, const QString& language, const QString& country);
+
 private:
+    /// Null for an unknown name.
+    QString passwordHash(const QString& name);
+    void begin(const Session& session);
+
     Database& m_database;
     int m_sessionHours;
 };

@@ -2,9 +2,10 @@
 #include "server/Api.h"
 
 #include "server/Analyses.h"
+#include "server/Autospectrum.h"
 #include "server/Catalogue.h"
 #include "server/Database.h"
-#include "server/DatabaseError.h"
+#include "server/DeviceCommand.h"
 #include "server/Failure.h"
 #include "server/FormBody.h"
 #include "server/JsonInput.h"
@@ -13,6 +14,7 @@
 #include "server/Needle.h"
 #include "server/PatientInput.h"
 #include "server/Patients.h"
+#include "server/PlainText.h"
 #include "server/Recipes.h"
 #include "server/Records.h"
 #include "server/ReplyEncoding.h"
@@ -25,7 +27,6 @@
 #include <QJsonArray>
 #include <QJsonObject>
 
-#include <algorithm>
 #include <cstdio>
 #include <limits>
 
@@ -39,11 +40,6 @@ constexpr int maxDuration = 1440;
 void report(const char* what)
 {
     std::fprintf(stderr, "quelmar-server: %s\n", what);
-}
-
-bool hasControls(const QString& text)
-{
-    return std::any_of(text.begin(), text.end(), [](QChar c) { return c.category() == QChar::Other_Control; });
 }
 
 QJsonObject pageJson(const Patients::Page& page)
@@ -106,15 +102,15 @@ Api::Api(Database& database, int sessionHours)
     route("POST", "/recipe", &Api::makeRecipe);
     route("POST", "/export/excel", &Api::exportWorkbook);
 
-    route("POST", "/auth/password", &Api::notAvailable);
-    route("PUT", "/auth/locale", &Api::notAvailable);
-    route("GET", "/auth/updates", &Api::notAvailable);
-    route("POST", "/patient/device", &Api::notAvailable);
-    route("PUT", "/patient/device", &Api::notAvailable);
-    route("DELETE", "/patient/device/*", &Api::notAvailable);
-    route("POST", "/command", &Api::notAvailable);
-    route("DELETE", "/command/*", &Api::notAvailable);
-    route("POST", "/recipe/autospectrum", &Api::notAvailable);
+    route("POST", "/auth/password", &Api::changePassword);
+    route("PUT", "/auth/locale", &Api::changeLocale);
+    route("GET", "/auth/updates", &Api::tellUpdates);
+    route("POST", "/patient/device", &Api::connectDevice);
+    route("PUT", "/patient/device", &Api::toggleDevice);
+    route("DELETE", "/patient/device/*", &Api::disconnectDevice);
+    route("POST", "/command", &Api::sendCommand);
+    route("DELETE", "/command/*", &Api::deleteCommand);
+    route("POST", "/recipe/autospectrum", &Api::makeAutospectrum);
 }
 
 void Api::route(const char* method, const char* path, Operation operation, bool open)
@@ -191,46 +187,6 @@ const Api::Route& Api::find(const Request& request, QStringList& ids) const
         }
     }
     throw known ? Failure(405, Messages::MethodNotAllowed) : Failure(404, Messages::NoSuchPath);
-}
-
-Practitioner Api::authenticate(const Request& request)
-{
-    static const QByteArray scheme = QByteArrayLiteral("bearer ");
-    const QByteArray header = request.header("authorization").trimmed();
-    if (!header.toLower().startsWith(scheme))
-        throw Failure(401, Messages::LoginRequired);
-    const Accounts::Authentication found =
-        m_accounts.authenticate(QString::fromLatin1(header.mid(scheme.size()).trimmed()));
-    switch (found.state) {
-    case Accounts::TokenState::Valid:
-        return found.practitioner;
-    case Accounts::TokenState::Expired:
-        throw Failure(401, Messages::SessionExpired);
-    case Accounts::TokenState::Unknown:
-        break;
-    }
-    throw Failure(401, Messages::LoginRequired);
-}
-
-Reply Api::login(const Call& call)
-{
-    const FormBody form(call.request.body);
-    const std::optional<QString> name = form.text("username");
-    const std::optional<QString> password = form.text("password");
-    if (!name)
-        throw Failure(400, Messages::WrongField, QStringLiteral("username"));
-    if (!password)
-        throw Failure(400, Messages::WrongField, QStringLiteral("password"));
-    if (name->size() > Accounts::maxLength || password->size() > Accounts::maxLength || hasControls(*name))
-        throw Failure(401, Messages::LoginFailed);
-    const std::optional<Accounts::Session> session = m_accounts.login(*name, *password);
-    if (!session)
-        throw Failure(401, Messages::LoginFailed);
-    return Wire::json(QJsonObject{{QStringLiteral("accessToken"), session->token},
-                                  {QStringLiteral("language"), session->practitioner.language},
-                                  {QStringLiteral("country"), session->practitioner.country},
-                                  {QStringLiteral("tokenType"), QStringLiteral("Bearer")},
-                                  {QStringLiteral("expiredAt"), Wire::time(session->expiresAt)}});
 }
 
 Reply Api::listPatients(const Call& call)
@@ -313,7 +269,7 @@ Reply Api::uploadRecord(const Call& call)
     if (patientIds.size() != 1 || waves.size() != 1)
         throw Failure(400, Messages::UploadParts);
     const std::optional<QString> sensorId = FormBody::utf8(call.request.header("quelmar-id").trimmed());
-    if (!sensorId || sensorId->size() > maxSensorId || hasControls(*sensorId))
+    if (!sensorId || sensorId->size() > maxSensorId || !PlainText::isLine(*sensorId))
         throw Failure(400, Messages::SensorIdTooLong);
 
     Patients patients(m_database, call.practitioner.id);
@@ -376,10 +332,14 @@ Reply Api::saveRecipe(const Call& call)
     Patients patients(m_database, call.practitioner.id);
     Known::patient(patients, patientId);
     recipe.markerIds = Known::markers(input);
-    if (!command.isEmpty())
-        throw Failure(501, Messages::NotAvailable);
+    if (!command.isEmpty() && !DeviceCommand::playsRecipe(DeviceCommand::known(command)))
+        throw Failure(400, Messages::NoSuchCommand);
+    Database::Transaction transaction(m_database);
     if (!Known::isId(recordId) || !Recipes(m_database, call.practitioner.id).save(patientId, recordId, recipe))
         throw Failure(404, Messages::NoSuchRecord);
+    if (!command.isEmpty())
+        order(call, patientId, recordId, command);
+    transaction.commit();
     return Wire::json(QJsonObject());
 }
 
@@ -411,6 +371,21 @@ Reply Api::makeRecipe(const Call& call)
     return Wire::text(body);
 }
 
+Reply Api::makeAutospectrum(const Call& call)
+{
+    const JsonInput input(call.request.body);
+    const QString patientId = input.text("patientId");
+    const QString recordId = input.text("recordId");
+    input.optionalText("deviceId");
+    Patients patients(m_database, call.practitioner.id);
+    Known::patient(patients, patientId);
+    Records records(m_database, call.practitioner.id);
+    const QByteArray body = ReplyEncoding::blocks({Autospectrum::block(Known::samples(records, patientId, recordId))});
+    if (body.isEmpty())
+        throw Failure(500, Messages::ServerFailed);
+    return Wire::text(body);
+}
+
 Reply Api::exportWorkbook(const Call& call)
 {
     const JsonInput input(call.request.body);
@@ -432,11 +407,6 @@ Reply Api::exportWorkbook(const Call& call)
     if (workbook.isEmpty())
         throw Failure(500, Messages::ServerFailed);
     return Wire::text(workbook.toBase64());
-}
-
-Reply Api::notAvailable(const Call&)
-{
-    throw Failure(501, Messages::NotAvailable);
 }
 
 } // namespace server

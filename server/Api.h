@@ -52,8 +52,14 @@ private:
     void route(const char* method, const char* path, Operation operation, bool open = false);
     const Route& find(const Request& request, QStringList& ids) const;
     Practitioner authenticate(const Request& request);
+    /// Sends the command to the device of a patient whose existence has been checked, or says what stands against it.
+    /// An empty record is none.
+    void order(const Call& call, const QString& patientId, const QString& recordId, const QString& command);
 
     Reply login(const Call& call);
+    Reply changePassword(const Call& call);
+    Reply changeLocale(const Call& call);
+    Reply tellUpdates(const Call& call);
     Reply listPatients(const Call& call);
     Reply filterPatients(const Call& call);
     Reply createPatient(const Call& call);
@@ -72,8 +78,13 @@ private:
     Reply loadRecipe(const Call& call);
     Reply saveRecipe(const Call& call);
     Reply makeRecipe(const Call& call);
+    Reply makeAutospectrum(const Call& call);
+    Reply connectDevice(const Call& call);
+    Reply toggleDevice(const Call& call);
+    Reply disconnectDevice(const Call& call);
+    Reply sendCommand(const Call& call);
+    Reply deleteCommand(const Call& call);
     Reply exportWorkbook(const Call& call);
-    Reply notAvailable(const Call& call);
 
     Database& m_database;
     Accounts m_accounts;

@@ -129,7 +129,7 @@ QSqlQuery Database::run(const QString& statement, const QVariantList& values)
     if (!query.prepare(statement))
         throw DatabaseError(query.lastError().text());
     for (const QVariant& value : values) {
-        // Qt would store a null text as NULL, which no column of ours takes.
+        // Qt would store a null text as NULL, which only an invalid value is to mean.
         const bool nullText = value.userType() == QMetaType::QString && value.isNull();
         query.addBindValue(nullText ? QVariant(QStringLiteral("")) : value);
     }

@@ -42,7 +42,7 @@ public:
     Database& operator=(const Database&) = delete;
 
     /// Runs one statement with its values for the "?" in it; the result stands before its first row. A
-    /// null text is stored as an empty one.
+    /// null text is stored as an empty one, an invalid value as NULL.
     QSqlQuery run(const QString& statement, const QVariantList& values = {});
 
     bool hasTable(const QString& name);

@@ -51,6 +51,14 @@ QVector<int> Known::records(const QVector<Record>& all, const QStringList& ids)
     return found;
 }
 
+QByteArray Known::samples(Records& records, const QString& patientId, const QString& recordId)
+{
+    const std::optional<QByteArray> wave = isId(recordId) ? records.wave(patientId, recordId) : std::nullopt;
+    if (!wave)
+        throw Failure(404, Messages::NoSuchRecord);
+    return WaveFile(*wave).samples();
+}
+
 QStringList Known::markers(const JsonInput& input)
 {
     QStringList ids = input.texts("markers");

@@ -4,6 +4,7 @@
 #include "server/Patient.h"
 #include "server/Record.h"
 
+#include <QByteArray>
 #include <QString>
 #include <QStringList>
 #include <QVector>
@@ -31,6 +32,8 @@ public:
     /// Where in `all`, the records of a patient, those of these ids stand, in the order of the ids; more than
     /// `maxRecords` are refused with status 400.
     static QVector<int> records(const QVector<Record>& all, const QStringList& ids);
+    /// The samples of a record of a patient whose existence has been checked.
+    static QByteArray samples(Records& records, const QString& patientId, const QString& recordId);
     /// The ids under "markers", all of them in the catalogue; more than `maxMarkers` are refused with status 400.
     static QStringList markers(const JsonInput& input);
 };

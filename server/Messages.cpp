@@ -51,6 +51,16 @@ LocalText textOf(Messages::Id id)
     case Messages::LoginFailed:
         return {QStringLiteral("The user name or the password is wrong."),
                 QStringLiteral("Неверное имя пользователя или пароль.")};
+    case Messages::OldPasswordWrong:
+        return {QStringLiteral("The old password is wrong."), QStringLiteral("Старый пароль указан неверно.")};
+    case Messages::PasswordInvalid:
+        return {QStringLiteral("The new password must have 1 to %1 characters in one line."),
+                QStringLiteral("Новый пароль должен состоять из одной строки длиной от 1 до %1 символов.")};
+    case Messages::PasswordsDiffer:
+        return {QStringLiteral("The new password and its repetition differ."),
+                QStringLiteral("Новый пароль и его повтор не совпадают.")};
+    case Messages::NoSuchLocale:
+        return {QStringLiteral("This language is not available."), QStringLiteral("Такого языка нет.")};
     case Messages::NoSuchPatient:
         return {QStringLiteral("There is no such patient."), QStringLiteral("Такого пациента нет.")};
     case Messages::NoSuchRecord:
@@ -95,6 +105,25 @@ LocalText textOf(Messages::Id id)
     case Messages::SensorIdTooLong:
         return {QStringLiteral("The identity of the sensor is not valid."),
                 QStringLiteral("Недопустимый идентификатор датчика.")};
+    case Messages::DeviceIdInvalid:
+        return {QStringLiteral("The identity of the device must have 1 to %1 characters in one line."),
+                QStringLiteral("Идентификатор прибора должен состоять из одной строки длиной от 1 до %1 символов.")};
+    case Messages::DeviceTaken:
+        return {QStringLiteral("This device is bound to another patient already."),
+                QStringLiteral("Этот прибор уже привязан к другому пациенту.")};
+    case Messages::HasAnotherDevice:
+        return {QStringLiteral("Another device is bound to this patient. Please unbind it first."),
+                QStringLiteral("К этому пациенту привязан другой прибор. Сначала отвяжите его.")};
+    case Messages::NoDevice:
+        return {QStringLiteral("No device is bound to this patient."),
+                QStringLiteral("К этому пациенту не привязан прибор.")};
+    case Messages::DeviceDisabled:
+        return {QStringLiteral("The device of this patient is disabled."),
+                QStringLiteral("Прибор этого пациента отключён.")};
+    case Messages::NoSuchCommand:
+        return {QStringLiteral("The device knows no such command."), QStringLiteral("Прибор не знает такой команды.")};
+    case Messages::NoRecipe:
+        return {QStringLiteral("There is no recipe for this record."), QStringLiteral("Для этой записи нет рецепта.")};
     case Messages::NameEmpty:
         return {QStringLiteral("must not be empty."), QStringLiteral("— укажите имя.")};
     case Messages::NameInvalid:

@@ -26,6 +26,10 @@ public:
         LoginRequired,
         SessionExpired,
         LoginFailed,
+        OldPasswordWrong,
+        PasswordInvalid, ///< %1: the limit
+        PasswordsDiffer,
+        NoSuchLocale,
         NoSuchPatient,
         NoSuchRecord,
         NoSuchStorage,
@@ -42,6 +46,13 @@ public:
         FormExpected,
         UploadParts,
         SensorIdTooLong,
+        DeviceIdInvalid, ///< %1: the limit
+        DeviceTaken,
+        HasAnotherDevice,
+        NoDevice,
+        DeviceDisabled,
+        NoSuchCommand,
+        NoRecipe,
         NameEmpty,
         NameInvalid, ///< %1: the limit
         BirthDateInvalid,

@@ -83,6 +83,24 @@ QVector<QStringList> steps()
                            "intensity DOUBLE PRECISION NOT NULL, "
                            "PRIMARY KEY (record_id, custom, symptom))"),
         },
+        {
+            // With the patient, and not with the device: see Devices::toggle().
+            QStringLiteral("ALTER TABLE patients ADD COLUMN device_enabled INTEGER NOT NULL DEFAULT 1"),
+            QStringLiteral("CREATE TABLE devices ("
+                           "patient_id TEXT NOT NULL PRIMARY KEY REFERENCES patients (id) ON DELETE CASCADE, "
+                           "device_id TEXT NOT NULL UNIQUE, "
+                           "bound_at TEXT NOT NULL)"),
+            // The record is null for a command that has none.
+            QStringLiteral("CREATE TABLE commands ("
+                           "id TEXT NOT NULL PRIMARY KEY, "
+                           "patient_id TEXT NOT NULL UNIQUE REFERENCES devices (patient_id) ON DELETE CASCADE, "
+                           "name TEXT NOT NULL, "
+                           "record_id TEXT REFERENCES records (id) ON DELETE CASCADE, "
+                           "complete INTEGER NOT NULL, "
+                           "sent_at TEXT NOT NULL)"),
+            QStringLiteral("CREATE INDEX commands_by_record ON commands (record_id)"),
+            QStringLiteral("CREATE INDEX commands_by_time ON commands (complete, sent_at)"),
+        },
     };
 }
 

@@ -9,6 +9,7 @@ namespace server {
 namespace {
 
 constexpr int maxSessionHours = 24 * 366;
+constexpr int maxSimulateSeconds = 3600;
 
 Options refusal(const QString& text)
 {
@@ -51,12 +52,13 @@ bool readDatabase(const QString& text, QString& path)
 Options Options::parse(const QStringList& arguments)
 {
     QCommandLineParser parser;
-    parser.setApplicationDescription(
-        QStringLiteral("The local server of Quelmar: keeps practitioners, patients and records in one file and answers "
-                       "the client.\n\n"
-                       "Without a command it serves until it is interrupted. Commands:\n"
-                       "  practitioner add NAME    adds one who may log in; the password is asked for\n"
-                       "  practitioner list        shows those who may log in"));
+    parser.setApplicationDescription(QStringLiteral(
+        "The local server of Quelmar: keeps practitioners, patients and records in one file and answers "
+        "the client.\n\n"
+        "Without a command it serves until it is interrupted. Commands:\n"
+        "  practitioner add NAME    adds one who may log in; the password is asked for\n"
+        "  practitioner list        shows those who may log in\n"
+        "  practitioner passwd NAME sets a new password, which is asked for, and ends all sessions of NAME"));
     const QCommandLineOption help({QStringLiteral("h"), QStringLiteral("help")}, QStringLiteral("Shows this help."));
     const QCommandLineOption version(QStringLiteral("version"), QStringLiteral("Shows the version."));
     const QCommandLineOption listen(QStringLiteral("listen"),
@@ -71,9 +73,16 @@ Options Options::parse(const QStringList& arguments)
         QStringLiteral("demo"), QStringLiteral("Adds the practitioner \"demo\" with a dozen patients, once."));
     const QCommandLineOption hours(QStringLiteral("session-hours"), QStringLiteral("How long a login lasts."),
                                    QStringLiteral("HOURS"), QStringLiteral("168"));
-    const QCommandLineOption secret(QStringLiteral("password-file"),
-                                    QStringLiteral("practitioner add: file whose first line is the password."),
-                                    QStringLiteral("FILE"));
+    const QCommandLineOption simulation(
+        QStringLiteral("simulate-devices"),
+        QStringLiteral("Carries out the commands to the remote devices in their place, to try the system without "
+                       "them."));
+    const QCommandLineOption pace(QStringLiteral("simulate-seconds"),
+                                  QStringLiteral("How long a simulated device takes for a command."),
+                                  QStringLiteral("SECONDS"), QStringLiteral("3"));
+    const QCommandLineOption secret(
+        QStringLiteral("password-file"),
+        QStringLiteral("practitioner add and passwd: file whose first line is the password."), QStringLiteral("FILE"));
     const QCommandLineOption tongue(QStringLiteral("language"), QStringLiteral("practitioner add: en or ru."),
                                     QStringLiteral("CODE"), QStringLiteral("en"));
     const QCommandLineOption state(QStringLiteral("country"),
@@ -82,9 +91,11 @@ Options Options::parse(const QStringList& arguments)
     const QCommandLineOption whole(QStringLiteral("full-name"),
                                    QStringLiteral("practitioner add: the name that records bear."),
                                    QStringLiteral("NAME"));
-    parser.addOptions({help, version, listen, file, demonstration, hours, secret, tongue, state, whole});
-    parser.addPositionalArgument(QStringLiteral("command"), QStringLiteral("See above."),
-                                 QStringLiteral("[practitioner add NAME | practitioner list]"));
+    parser.addOptions(
+        {help, version, listen, file, demonstration, hours, simulation, pace, secret, tongue, state, whole});
+    parser.addPositionalArgument(
+        QStringLiteral("command"), QStringLiteral("See above."),
+        QStringLiteral("[practitioner add NAME | practitioner list | practitioner passwd NAME]"));
 
     if (!parser.parse(arguments))
         return refusal(parser.errorText());
@@ -108,27 +119,34 @@ Options Options::parse(const QStringList& arguments)
     }
 
     const QStringList command = parser.positionalArguments();
-    const bool adding = command.mid(0, 2) == QStringList{QStringLiteral("practitioner"), QStringLiteral("add")};
+    const QStringList verb = command.mid(0, 2);
+    const bool adding = verb == QStringList{QStringLiteral("practitioner"), QStringLiteral("add")};
+    const bool setting = verb == QStringList{QStringLiteral("practitioner"), QStringLiteral("passwd")};
     const bool listing = command == QStringList{QStringLiteral("practitioner"), QStringLiteral("list")};
-    if (!command.isEmpty() && !listing && !(adding && command.size() == 3)) {
-        return refusal(adding ? QStringLiteral("\"practitioner add\" takes one name")
-                              : QStringLiteral("unknown command \"%1\"").arg(command.join(QLatin1Char(' '))));
+    const bool named = adding || setting;
+    if (!command.isEmpty() && !listing && !(named && command.size() == 3)) {
+        return refusal(named ? QStringLiteral("\"%1\" takes one name").arg(verb.join(QLatin1Char(' ')))
+                             : QStringLiteral("unknown command \"%1\"").arg(command.join(QLatin1Char(' '))));
     }
+    if (parser.isSet(secret) && !named)
+        return refusal(QStringLiteral("--password-file belongs to \"practitioner add\" and \"practitioner passwd\""));
     if (!adding) {
-        for (const QCommandLineOption& option : {secret, tongue, state, whole}) {
+        for (const QCommandLineOption& option : {tongue, state, whole}) {
             if (parser.isSet(option))
                 return refusal(QStringLiteral("--%1 belongs to \"practitioner add\"").arg(option.names().constFirst()));
         }
     }
     if (!command.isEmpty()) {
-        for (const QCommandLineOption& option : {listen, demonstration, hours}) {
+        for (const QCommandLineOption& option : {listen, demonstration, hours, simulation, pace}) {
             if (parser.isSet(option))
                 return refusal(QStringLiteral("--%1 does not belong to a command").arg(option.names().constFirst()));
         }
-        options.action = adding ? Action::AddPractitioner : Action::ListPractitioners;
-        if (adding) {
+        options.action = adding ? Action::AddPractitioner : setting ? Action::SetPassword : Action::ListPractitioners;
+        if (named) {
             options.practitioner = command.last();
             options.passwordFile = parser.value(secret);
+        }
+        if (adding) {
             options.language = parser.value(tongue);
             options.country = parser.isSet(state)                       ? parser.value(state)
                               : options.language == QLatin1String("en") ? QStringLiteral("US")
@@ -147,6 +165,14 @@ Options Options::parse(const QStringList& arguments)
                            .arg(maxSessionHours)
                            .arg(parser.value(hours)));
     options.demo = parser.isSet(demonstration);
+    options.simulateDevices = parser.isSet(simulation);
+    if (parser.isSet(pace) && !options.simulateDevices)
+        return refusal(QStringLiteral("--simulate-seconds belongs to --simulate-devices"));
+    options.simulateSeconds = parser.value(pace).toInt(&sound);
+    if (!sound || options.simulateSeconds < 0 || options.simulateSeconds > maxSimulateSeconds)
+        return refusal(QStringLiteral("--simulate-seconds takes a number from 0 to %1, not \"%2\"")
+                           .arg(maxSimulateSeconds)
+                           .arg(parser.value(pace)));
     return options;
 }
 

@@ -14,6 +14,7 @@ struct Options
         Serve,
         AddPractitioner,
         ListPractitioners,
+        SetPassword, ///< of a practitioner
         ShowHelp,
         ShowVersion,
         Refuse, ///< `text` says what is wrong
@@ -25,6 +26,8 @@ struct Options
     QString database; ///< path of the SQLite file
     int sessionHours = 24 * 7;
     bool demo = false;
+    bool simulateDevices = false;
+    int simulateSeconds = 3; ///< from a command until it is complete
 
     QString practitioner;
     QString fullName;

@@ -5,7 +5,7 @@
 
 namespace server {
 
-/// Where "practitioner add" gets the password from.
+/// Where the commands "practitioner add" and "practitioner passwd" get the password from.
 class PasswordPrompt
 {
 public:

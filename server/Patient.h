@@ -20,6 +20,11 @@ struct Patient
     QString notes;
     QDateTime lastRecordAt; ///< UTC; invalid without a record
 
+    bool hasDevice = false;       ///< a remote one is bound
+    bool deviceEnabled = true;    ///< the one that is bound, or else the one that is bound next
+    QString command;              ///< the last one to the device, see DeviceCommand; may be empty
+    bool commandComplete = false; ///< the device has carried it out
+
     /// Full years on this day; 0 before the birth.
     int age(const QDate& day) const
     {

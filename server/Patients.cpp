@@ -13,7 +13,14 @@ constexpr QChar escape = QLatin1Char('\\');
 
 QString columns()
 {
-    return QStringLiteral("id, name, birth_date, gender, phone, notes, last_record_at");
+    return QStringLiteral("p.id, p.name, p.birth_date, p.gender, p.phone, p.notes, p.last_record_at, "
+                          "d.patient_id IS NOT NULL, p.device_enabled, c.name, c.complete");
+}
+
+QString source()
+{
+    return QStringLiteral(" FROM patients p LEFT JOIN devices d ON d.patient_id = p.id "
+                          "LEFT JOIN commands c ON c.patient_id = p.id");
 }
 
 Patient patientOf(const QSqlQuery& query)
@@ -26,6 +33,10 @@ Patient patientOf(const QSqlQuery& query)
     patient.phone = query.value(4).toString();
     patient.notes = query.value(5).toString();
     patient.lastRecordAt = QDateTime::fromString(query.value(6).toString(), Qt::ISODateWithMs);
+    patient.hasDevice = query.value(7).toBool();
+    patient.deviceEnabled = query.value(8).toBool();
+    patient.command = query.value(9).toString();
+    patient.commandComplete = query.value(10).toBool();
     return patient;
 }
 
@@ -58,24 +69,24 @@ QString orderOf(const PatientQuery& query)
     bool descending = query.descending;
     switch (query.sort) {
     case PatientQuery::Sort::Name:
-        column = QStringLiteral("name_key");
+        column = QStringLiteral("p.name_key");
         break;
     case PatientQuery::Sort::Age:
-        column = QStringLiteral("birth_date");
+        column = QStringLiteral("p.birth_date");
         descending = !descending;
         break;
     case PatientQuery::Sort::Gender:
-        column = QStringLiteral("gender");
+        column = QStringLiteral("p.gender");
         break;
     case PatientQuery::Sort::Record:
-        column = QStringLiteral("last_record_at");
+        column = QStringLiteral("p.last_record_at");
         break;
     case PatientQuery::Sort::Notes:
-        column = QStringLiteral("notes_key");
+        column = QStringLiteral("p.notes_key");
         break;
     }
     const QString direction = descending ? QStringLiteral("DESC") : QStringLiteral("ASC");
-    return QStringLiteral(" ORDER BY %1 %2, id %2").arg(column, direction);
+    return QStringLiteral(" ORDER BY %1 %2, p.id %2").arg(column, direction);
 }
 
 } // namespace
@@ -88,23 +99,24 @@ Patients::Patients(Database& database, const QString& practitionerId)
 
 Patients::Page Patients::list(const PatientQuery& query)
 {
-    QString condition = QStringLiteral(" FROM patients WHERE practitioner_id = ?");
+    QString condition = QStringLiteral(" WHERE p.practitioner_id = ?");
     QVariantList values{m_practitionerId};
     const QString needle = TextKeys::folded(query.needle);
     if (!needle.isEmpty()) {
-        condition += query.field == PatientQuery::Field::Name ? QStringLiteral(" AND name_folded LIKE ? ESCAPE '\\'")
-                                                              : QStringLiteral(" AND notes_folded LIKE ? ESCAPE '\\'");
+        condition += query.field == PatientQuery::Field::Name
+                         ? QStringLiteral(" AND p.name_folded LIKE ? ESCAPE '\\'")
+                         : QStringLiteral(" AND p.notes_folded LIKE ? ESCAPE '\\'");
         values.append(containing(needle));
     }
 
     Page page;
     qint64 total = 0;
     {
-        QSqlQuery counted = m_database.run(QStringLiteral("SELECT COUNT(*)") + condition, values);
+        QSqlQuery counted = m_database.run(QStringLiteral("SELECT COUNT(*) FROM patients p") + condition, values);
         if (counted.next())
             total = counted.value(0).toLongLong();
     }
-    QString statement = QStringLiteral("SELECT ") + columns() + condition + orderOf(query);
+    QString statement = QStringLiteral("SELECT ") + columns() + source() + condition + orderOf(query);
     if (query.size > 0) {
         page.pages = int((total + query.size - 1) / query.size);
         statement += QStringLiteral(" LIMIT ? OFFSET ?");
@@ -122,8 +134,8 @@ Patients::Page Patients::list(const PatientQuery& query)
 
 std::optional<Patient> Patients::find(const QString& id)
 {
-    QSqlQuery query = m_database.run(QStringLiteral("SELECT ") + columns() +
-                                         QStringLiteral(" FROM patients WHERE id = ? AND practitioner_id = ?"),
+    QSqlQuery query = m_database.run(QStringLiteral("SELECT ") + columns() + source() +
+                                         QStringLiteral(" WHERE p.id = ? AND p.practitioner_id = ?"),
                                      {id, m_practitionerId});
     if (!query.next())
         return std::nullopt;
@@ -135,6 +147,10 @@ Patient Patients::add(const Patient& patient)
     Patient added = patient;
     added.id = Secrets::randomId();
     added.lastRecordAt = QDateTime();
+    added.hasDevice = false;
+    added.deviceEnabled = true;
+    added.command.clear();
+    added.commandComplete = false;
     QVariantList values = fieldsOf(added);
     values << added.id << m_practitionerId << QString() << QDateTime::currentDateTimeUtc().toString(Qt::ISODateWithMs);
     m_database.run(QStringLiteral("INSERT INTO patients (name, birth_date, gender, phone, notes, name_folded, "

@@ -28,12 +28,12 @@ public:
 
     Page list(const PatientQuery& query);
     std::optional<Patient> find(const QString& id);
-    /// Stores a new patient under an id of its own, whatever id is given.
+    /// Stores a new patient under an id of its own, whatever id is given, without records and without a device.
     Patient add(const Patient& patient);
-    /// Stores everything but the time of the last record, and returns what is stored then; nothing if there is no such
-    /// patient.
+    /// Stores everything but the time of the last record and the state of the device, and returns what is stored then;
+    /// nothing if there is no such patient.
     std::optional<Patient> update(const Patient& patient);
-    /// With all records and recipes. False if there is no such patient.
+    /// With all records and recipes; its device is free then. False if there is no such patient.
     bool remove(const QString& id);
 
 private:

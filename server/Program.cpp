@@ -6,6 +6,7 @@
 #include "server/Database.h"
 #include "server/DatabaseError.h"
 #include "server/Demo.h"
+#include "server/DeviceSimulator.h"
 #include "server/HttpServer.h"
 #include "server/PasswordPrompt.h"
 #include "server/Secrets.h"
@@ -14,6 +15,7 @@
 #include <QCoreApplication>
 
 #include <cstdio>
+#include <optional>
 
 #include <sys/stat.h>
 
@@ -41,6 +43,15 @@ QString address(const QString& host, int port)
     return (host.contains(QLatin1Char(':')) ? QStringLiteral("http://[%1]:%2") : QStringLiteral("http://%1:%2"))
         .arg(host)
         .arg(port);
+}
+
+/// What stands against it, or nothing.
+QString askPassword(const Options& options, const Practitioner& practitioner, QString& password)
+{
+    QString error;
+    const bool read = options.passwordFile.isEmpty() ? PasswordPrompt::fromInput(password, error)
+                                                     : PasswordPrompt::fromFile(options.passwordFile, password, error);
+    return read ? Accounts::objection(practitioner, password) : error;
 }
 
 } // namespace
@@ -73,6 +84,8 @@ int Program::run(const QStringList& arguments)
         Accounts accounts(*database);
         if (options.action == Options::Action::AddPractitioner)
             return addPractitioner(accounts, options);
+        if (options.action == Options::Action::SetPassword)
+            return setPassword(accounts, options);
         if (options.action == Options::Action::ListPractitioners)
             return listPractitioners(accounts);
         if (options.demo && !addDemo(*database, accounts))
@@ -91,6 +104,11 @@ int Program::serve(Database& database, const Options& options)
     QString error;
     if (!server.bind(options.host, options.port, error))
         return complain(error);
+    std::optional<DeviceSimulator> simulator;
+    if (options.simulateDevices) {
+        simulator.emplace(database, std::chrono::seconds(options.simulateSeconds));
+        print(QStringLiteral("remote devices are simulated"));
+    }
     print(QStringLiteral("listening on ") + address(options.host, server.port()));
     if (!server.run())
         return complain(QStringLiteral("no more connections could be accepted"));
@@ -108,16 +126,28 @@ int Program::addPractitioner(Accounts& accounts, const Options& options)
     if (accounts.find(practitioner.name))
         return complain(QStringLiteral("there is a practitioner \"%1\" already").arg(practitioner.name));
     QString password;
-    QString error;
-    const bool read = options.passwordFile.isEmpty() ? PasswordPrompt::fromInput(password, error)
-                                                     : PasswordPrompt::fromFile(options.passwordFile, password, error);
-    if (read)
-        error = Accounts::objection(practitioner, password);
+    const QString error = askPassword(options, practitioner, password);
     if (!error.isEmpty())
         return complain(error);
     if (!accounts.add(practitioner, password))
         return complain(QStringLiteral("the practitioner \"%1\" could not be added").arg(practitioner.name));
     print(QStringLiteral("added the practitioner \"%1\"").arg(practitioner.name));
+    return 0;
+}
+
+int Program::setPassword(Accounts& accounts, const Options& options)
+{
+    const std::optional<Practitioner> practitioner = accounts.find(options.practitioner);
+    if (!practitioner)
+        return complain(QStringLiteral("there is no practitioner \"%1\"").arg(options.practitioner));
+    QString password;
+    const QString error = askPassword(options, *practitioner, password);
+    if (!error.isEmpty())
+        return complain(error);
+    if (!accounts.setPassword(practitioner->name, password))
+        return complain(
+            QStringLiteral("the password of the practitioner \"%1\" could not be set").arg(practitioner->name));
+    print(QStringLiteral("set the password of the practitioner \"%1\"").arg(practitioner->name));
     return 0;
 }
 

@@ -19,6 +19,7 @@ public:
 private:
     static int serve(Database& database, const Options& options);
     static int addPractitioner(Accounts& accounts, const Options& options);
+    static int setPassword(Accounts& accounts, const Options& options);
     static int listPractitioners(Accounts& accounts);
     static bool addDemo(Database& database, Accounts& accounts);
 };

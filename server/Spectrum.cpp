@@ -1,12 +1,13 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "server/Spectrum.h"
 
+#include "server/FftwPlanner.h"
+
 #include <fftw3.h>
 
 #include <algorithm>
 #include <cmath>
 #include <memory>
-#include <mutex>
 #include <numeric>
 
 namespace server {
@@ -41,6 +42,7 @@ public:
         m_windowSum = std::accumulate(m_window.begin(), m_window.end(), 0.0);
         const RealBuffer in = realBuffer();
         const ComplexBuffer out = complexBuffer();
+        const FftwPlanner planner;
         // Estimated, not measured: the same record gives the same bits on every run.
         m_plan = fftw_plan_dft_r2c_1d(Spectrum::sampleCount, in.get(), out.get(), FFTW_ESTIMATE);
     }

@@ -83,10 +83,10 @@ QJsonObject Wire::patient(const Patient& row)
             {QStringLiteral("birthDate"), row.birthDate.toString(Qt::ISODate)},
             {QStringLiteral("age"), row.age(QDate::currentDate())},
             {QStringLiteral("lastRecordAt"), time(row.lastRecordAt)},
-            {QStringLiteral("hasDevices"), false},
-            {QStringLiteral("command"), QStringLiteral("")},
-            {QStringLiteral("isComplete"), false},
-            {QStringLiteral("isEnabled"), false}};
+            {QStringLiteral("hasDevices"), row.hasDevice},
+            {QStringLiteral("command"), row.command},
+            {QStringLiteral("isComplete"), row.commandComplete},
+            {QStringLiteral("isEnabled"), row.deviceEnabled}};
 }
 
 QJsonObject Wire::record(const Record& row)

@@ -6,12 +6,15 @@ pkg_check_modules(XLSXWRITER REQUIRED IMPORTED_TARGET xlsxwriter)
 target_sources(quelmar_server_core PRIVATE
     AnalysisResult.cpp
     AnalysisResult.h
+    Autospectrum.cpp
+    Autospectrum.h
     BandLevels.cpp
     BandLevels.h
     Catalogue.cpp
     Catalogue.h
     Comparison.cpp
     Comparison.h
+    FftwPlanner.h
     LocalText.cpp
     LocalText.h
     MarkerAnalysis.cpp

@@ -1,0 +1,105 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "server/Api.h"
+
+#include "server/Failure.h"
+#include "server/FormBody.h"
+#include "server/JsonInput.h"
+#include "server/PlainText.h"
+#include "server/Version.h"
+#include "server/Wire.h"
+
+#include <QJsonObject>
+
+namespace server {
+
+namespace {
+
+/// Nothing without an "Authorization" of our kind.
+std::optional<QString> tokenOf(const Request& request)
+{
+    static const QByteArray scheme = QByteArrayLiteral("bearer ");
+    const QByteArray header = request.header("authorization").trimmed();
+    if (!header.toLower().startsWith(scheme))
+        return std::nullopt;
+    return QString::fromLatin1(header.mid(scheme.size()).trimmed());
+}
+
+} // namespace
+
+Practitioner Api::authenticate(const Request& request)
+{
+    const std::optional<QString> token = tokenOf(request);
+    if (!token)
+        throw Failure(401, Messages::LoginRequired);
+    const Accounts::Authentication found = m_accounts.authenticate(*token);
+    switch (found.state) {
+    case Accounts::TokenState::Valid:
+        return found.practitioner;
+    case Accounts::TokenState::Expired:
+        throw Failure(401, Messages::SessionExpired);
+    case Accounts::TokenState::Unknown:
+        break;
+    }
+    throw Failure(401, Messages::LoginRequired);
+}
+
+Reply Api::login(const Call& call)
+{
+    const FormBody form(call.request.body);
+    const std::optional<QString> name = form.text("username");
+    const std::optional<QString> password = form.text("password");
+    if (!name)
+        throw Failure(400, Messages::WrongField, QStringLiteral("username"));
+    if (!password)
+        throw Failure(400, Messages::WrongField, QStringLiteral("password"));
+    if (name->size() > Accounts::maxLength || password->size() > Accounts::maxLength || !PlainText::isLine(*name))
+        throw Failure(401, Messages::LoginFailed);
+    const std::optional<Accounts::Session> session = m_accounts.login(*name, *password);
+    if (!session)
+        throw Failure(401, Messages::LoginFailed);
+    return Wire::json(QJsonObject{{QStringLiteral("accessToken"), session->token},
+                                  {QStringLiteral("language"), session->practitioner.language},
+                                  {QStringLiteral("country"), session->practitioner.country},
+                                  {QStringLiteral("tokenType"), QStringLiteral("Bearer")},
+                                  {QStringLiteral("expiredAt"), Wire::time(session->expiresAt)}});
+}
+
+Reply Api::changePassword(const Call& call)
+{
+    const JsonInput input(call.request.body);
+    const QString oldPassword = input.text("oldPassword");
+    const QString newPassword = input.text("newPassword");
+    const QString repeated = input.text("repeatPassword");
+    if (newPassword.isEmpty() || newPassword.size() > Accounts::maxLength || !PlainText::isLine(newPassword))
+        throw Failure(400, Messages::PasswordInvalid, QString::number(Accounts::maxLength));
+    if (newPassword != repeated)
+        throw Failure(400, Messages::PasswordsDiffer);
+    std::optional<Accounts::Session> session;
+    if (oldPassword.size() <= Accounts::maxLength)
+        session = m_accounts.changePassword(tokenOf(call.request).value_or(QString()), oldPassword, newPassword);
+    if (!session)
+        throw Failure(400, Messages::OldPasswordWrong);
+    return Wire::json(QJsonObject{{QStringLiteral("accessToken"), session->token}});
+}
+
+Reply Api::changeLocale(const Call& call)
+{
+    const JsonInput input(call.request.body);
+    const QString language = input.text("locale");
+    const QString country = input.text("country");
+    if (!Accounts::locales().contains(language + QLatin1Char('_') + country))
+        throw Failure(400, Messages::NoSuchLocale);
+    m_accounts.setLocale(call.practitioner.id, language, country);
+    return Wire::json(QJsonObject());
+}
+
+Reply Api::tellUpdates(const Call& call)
+{
+    const std::optional<QByteArray> text = FormBody(call.request.query).bytes("version");
+    const std::optional<QVersionNumber> version = text ? Version::parse(*text) : std::nullopt;
+    if (!version)
+        throw Failure(400, Messages::BadQuery, QStringLiteral("version"));
+    return Wire::json(QJsonObject{{QStringLiteral("update"), Version::own() > *version}});
+}
+
+} // namespace server
