@@ -68,7 +68,7 @@ QByteArray DeviceSimulator::recording(const QString& deviceId, const QString& co
     const double third = lowest * (2.1 + double(uchar(command.at(1))) / 320.0);
     unsigned seed = 0;
     for (int i = 2; i < 6; ++i)
-        seed = seed << 8 | uchar(command.at(i));
+        seed = seed << 8 | uchar(device.at(i) ^ command.at(i));
     return Demo::recording({lowest, second, third}, 0.02, seed);
 }
 

@@ -18,7 +18,7 @@ class Database;
 ///
 /// A command is complete some time after it was sent, also if the server was not running meanwhile. One that plays a
 /// recipe has nothing else to show for it; every other one ends with a new record of the patient, three seconds of
-/// three tones and some noise: the lowest tone is the device's, the others and the noise are those of the command. A
+/// three tones and some noise: the lowest tone is the device's, the others are the command's, the noise is of both. A
 /// disabled device does nothing until it is enabled. Any number of simulators may work on one database, each command
 /// is carried out once.
 class DeviceSimulator

@@ -5,6 +5,8 @@
 #include "server/Failure.h"
 #include "server/JsonInput.h"
 #include "server/Patients.h"
+#include "server/Records.h"
+#include "server/WaveFile.h"
 
 #include <QHash>
 

@@ -13,6 +13,7 @@ namespace server {
 
 class JsonInput;
 class Patients;
+class Records;
 
 /// What a request names by its id: found, or refused with a Failure of status 404.
 class Known

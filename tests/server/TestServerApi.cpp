@@ -101,8 +101,6 @@ private slots:
     void everyOperationNeedsASession_data();
     void everyOperationNeedsASession();
     void sessionsExpire();
-    void laterOperationsAreNotAvailable_data();
-    void laterOperationsAreNotAvailable();
     void unknownAddresses_data();
     void unknownAddresses();
     void otherMethods();
@@ -402,36 +400,6 @@ void TestServerApi::sessionsExpire()
     QVERIFY(expired.message() != unknown.message());
 }
 
-void TestServerApi::laterOperationsAreNotAvailable_data()
-{
-    QTest::addColumn<QByteArray>("method");
-    QTest::addColumn<QString>("path");
-    const auto row = [](const char* method, const char* path) {
-        QTest::addRow("%s %s", method, path) << QByteArray(method) << QString::fromLatin1(path);
-    };
-    row("POST", "/auth/password");
-    row("PUT", "/auth/locale");
-    row("GET", "/auth/updates/?version=2021.3.0");
-    row("POST", "/patient/device");
-    row("DELETE", "/patient/device/x");
-    row("PUT", "/patient/device");
-    row("POST", "/command");
-    row("DELETE", "/command/x");
-    row("POST", "/recipe/autospectrum");
-}
-
-void TestServerApi::laterOperationsAreNotAvailable()
-{
-    QFETCH(QByteArray, method);
-    QFETCH(QString, path);
-    const ApiClient::Answer english = m_client->send(method, path, "{}", json);
-    QVERIFY(english.failed(501));
-    m_client->language = "ru-RU";
-    const ApiClient::Answer russian = m_client->send(method, path, "{}", json);
-    QVERIFY(russian.failed(501));
-    QVERIFY(russian.message() != english.message());
-}
-
 void TestServerApi::unknownAddresses_data()
 {
     QTest::addColumn<QString>("path");
@@ -499,8 +467,9 @@ void TestServerApi::createsAPatient()
     QCOMPARE(patient.value(QStringLiteral("notes")).toString(), QStringLiteral("two\nlines\tand a tab 100% _"));
     QCOMPARE(patient.value(QStringLiteral("lastRecordAt")).toString(), QString());
     QCOMPARE(patient.value(QStringLiteral("command")), QJsonValue(QStringLiteral("")));
-    for (const char* flag : {"hasDevices", "isComplete", "isEnabled"})
+    for (const char* flag : {"hasDevices", "isComplete"})
         QCOMPARE(patient.value(QLatin1String(flag)), QJsonValue(false));
+    QCOMPARE(patient.value(QStringLiteral("isEnabled")), QJsonValue(true));
     const QDate today = QDate::currentDate();
     const bool hadBirthday = today >= QDate(today.year(), 2, 28);
     QCOMPARE(patient.value(QStringLiteral("age")).toInt(-1), today.year() - 1990 - (hadBirthday ? 0 : 1));
@@ -1303,7 +1272,8 @@ void TestServerApi::recipeRefuses()
         {"duration", QJsonValue(QJsonValue::Null), 400, 400},
         {"deviceId", 5, 400, 400},
         {"command", 5, 400, 400},
-        {"command", QStringLiteral("SELFRECIPE"), 501, 0},
+        {"command", QStringLiteral("RECORD"), 400, 0},
+        {"command", QStringLiteral("RECIPE"), 409, 0},
     };
     for (const Change& change : changes) {
         QJsonObject body = good;

@@ -95,8 +95,9 @@ void TestServerProgram::helps()
         const auto outcome = ServerProcess::run({QString::fromLatin1(option)});
         QCOMPARE(outcome.exitCode, 0);
         QCOMPARE(outcome.errors, QByteArray());
-        for (const char* word : {"--listen", "--database", "--demo", "practitioner add", "practitioner list",
-                                 "--password-file", "--version", "--session-hours"})
+        for (const char* word :
+             {"--listen", "--database", "--demo", "practitioner add", "practitioner list", "practitioner passwd",
+              "--password-file", "--version", "--session-hours", "--simulate-devices", "--simulate-seconds"})
             QVERIFY2(outcome.output.contains(word), word);
     }
 }

@@ -282,6 +282,21 @@ void TestServerTexts::optionsThatAreWrong_data()
     QTest::newRow("session of no length") << QStringList{QStringLiteral("--session-hours"), QStringLiteral("0")};
     QTest::newRow("session without end") << QStringList{QStringLiteral("--session-hours"),
                                                         QStringLiteral("99999999999")};
+    QTest::newRow("passwd without a name") << QStringList{QStringLiteral("practitioner"), QStringLiteral("passwd")};
+    QTest::newRow("passwd with two names") << QStringList{QStringLiteral("practitioner"), QStringLiteral("passwd"),
+                                                          QStringLiteral("a"), QStringLiteral("b")};
+    QTest::newRow("passwd with a language")
+        << QStringList{QStringLiteral("practitioner"), QStringLiteral("passwd"), QStringLiteral("a"),
+                       QStringLiteral("--language"), QStringLiteral("en")};
+    QTest::newRow("list with a password") << QStringList{QStringLiteral("practitioner"), QStringLiteral("list"),
+                                                         QStringLiteral("--password-file"), QStringLiteral("a")};
+    QTest::newRow("list and devices") << QStringList{QStringLiteral("practitioner"), QStringLiteral("list"),
+                                                     QStringLiteral("--simulate-devices")};
+    QTest::newRow("seconds without devices") << QStringList{QStringLiteral("--simulate-seconds"), QStringLiteral("1")};
+    QTest::newRow("devices with a value") << QStringList{QStringLiteral("--simulate-devices=3")};
+    for (const char* seconds : {"-1", "3601", "1.5", "soon", ""})
+        QTest::addRow("seconds \"%s\"", seconds) << QStringList{
+            QStringLiteral("--simulate-devices"), QStringLiteral("--simulate-seconds=") + QLatin1String(seconds)};
     QTest::newRow("session of words") << QStringList{QStringLiteral("--session-hours"), QStringLiteral("long")};
 }
 
@@ -303,6 +318,7 @@ void TestServerTexts::optionsByDefault()
     QCOMPARE(read.port, 18620);
     QCOMPARE(read.database, QStringLiteral("/some/where/quelmar/quelmar-server.sqlite"));
     QVERIFY(!read.demo);
+    QVERIFY(!read.simulateDevices);
 
     const Options russian =
         Options::parse({QStringLiteral("quelmar-server"), QStringLiteral("practitioner"), QStringLiteral("add"),
@@ -314,6 +330,24 @@ void TestServerTexts::optionsByDefault()
         {QStringLiteral("quelmar-server"), QStringLiteral("practitioner"), QStringLiteral("add"), QStringLiteral("a")});
     QCOMPARE(english.language, QStringLiteral("en"));
     QCOMPARE(english.country, QStringLiteral("US"));
+
+    const Options passwd =
+        Options::parse({QStringLiteral("quelmar-server"), QStringLiteral("practitioner"), QStringLiteral("passwd"),
+                        QStringLiteral("a"), QStringLiteral("--password-file"), QStringLiteral("b")});
+    QCOMPARE(passwd.action, Options::Action::SetPassword);
+    QCOMPARE(passwd.practitioner, QStringLiteral("a"));
+    QCOMPARE(passwd.passwordFile, QStringLiteral("b"));
+
+    const Options simulating = Options::parse({QStringLiteral("quelmar-server"), QStringLiteral("--simulate-devices")});
+    QCOMPARE(simulating.action, Options::Action::Serve);
+    QVERIFY(simulating.simulateDevices);
+    QCOMPARE(simulating.simulateSeconds, 3);
+    for (const int seconds : {0, 3600}) {
+        const Options paced = Options::parse({QStringLiteral("quelmar-server"), QStringLiteral("--simulate-devices"),
+                                              QStringLiteral("--simulate-seconds"), QString::number(seconds)});
+        QCOMPARE(paced.action, Options::Action::Serve);
+        QCOMPARE(paced.simulateSeconds, seconds);
+    }
 }
 
 QTEST_GUILESS_MAIN(TestServerTexts)
