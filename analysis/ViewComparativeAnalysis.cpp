@@ -7,6 +7,8 @@
 #include "ui_ViewComparativeAnalysis.h"
 
 #include <QColor>
+#include <QCursor>
+#include <QEvent>
 #include <QFont>
 #include <QFontMetrics>
 #include <QGraphicsLayout>
@@ -15,6 +17,7 @@
 #include <QMap>
 #include <QMargins>
 #include <QPen>
+#include <QToolTip>
 #include <QVBoxLayout>
 
 #include <QtCharts/QChart>
@@ -73,7 +76,6 @@ void dress(QtCharts::QChart* chart)
     legend->setFont(chartFont());
     legend->setLabelColor(textColour);
     legend->setMarkerShape(QtCharts::QLegend::MarkerShapeFromSeries);
-    legend->setShowToolTips(true);
 }
 
 void dress(QtCharts::QValueAxis* axis)
@@ -112,6 +114,12 @@ int legendHeight(const QtCharts::QChart* chart)
     return chart->series().size() * (QFontMetrics(chartFont()).height() + legendRowPadding) + legendPadding;
 }
 
+/// A tip that takes no name for markup and breaks no line.
+QString asPlainText(const QString& name)
+{
+    return QStringLiteral("<div style=\"white-space:pre\">%1</div>").arg(name.toHtmlEscaped());
+}
+
 /// A theme knows five colours, so some of many lines look alike: the one under the pointer, in the plot or in the
 /// legend, steps forward and tells its name.
 void emphasise(QtCharts::QChart* chart, const QtCharts::QAbstractSeries* chosen, bool on)
@@ -120,7 +128,8 @@ void emphasise(QtCharts::QChart* chart, const QtCharts::QAbstractSeries* chosen,
     for (QtCharts::QAbstractSeries* const one : all) {
         one->setOpacity(on && one != chosen ? fadedOpacity : 1.0);
     }
-    chart->setToolTip(on ? chosen->name() : QString());
+    // Not a tip of the chart: that would take its ground from the view, where it is transparent.
+    QToolTip::showText(QCursor::pos(), on ? asPlainText(chosen->name()) : QString());
 }
 
 void emphasiseUnderPointer(QtCharts::QChart* chart)
@@ -279,6 +288,13 @@ void ViewComparativeAnalysis::adjustChartView(QtCharts::QChartView* view)
     view->setMinimumHeight(minimumChartHeight);
     // A chart has no use for keys; the scroll area around it does.
     view->setFocusPolicy(Qt::NoFocus);
+    view->viewport()->installEventFilter(this);
+}
+
+bool ViewComparativeAnalysis::eventFilter(QObject* watched, QEvent* event)
+{
+    // The scene of a chart knows of no tips and would take down the one that names a series.
+    return event->type() == QEvent::ToolTip || QWidget::eventFilter(watched, event);
 }
 
 void ViewComparativeAnalysis::deleteCharts()

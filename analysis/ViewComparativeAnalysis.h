@@ -52,6 +52,9 @@ public slots:
     void backToPatientsList();
     void backToPatient();
 
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
 private:
     std::unique_ptr<Ui::ViewComparativeAnalysis> ui;
     Patient patient;
