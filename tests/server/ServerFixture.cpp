@@ -65,7 +65,7 @@ QString ServerFixture::newPatient(ApiClient& client)
 QString ServerFixture::newRecord(ApiClient& client, const QString& patientId, const QByteArray& wave,
                                  const QDateTime& recordedAt)
 {
-    const QString id = client.upload(patientId, wave).object().value(QStringLiteral("id")).toString();
+    QString id = client.upload(patientId, wave).object().value(QStringLiteral("id")).toString();
     if (recordedAt.isValid())
         sql(QStringLiteral("UPDATE records SET recorded_at = ? WHERE id = ?"),
             {recordedAt.toUTC().toString(Qt::ISODateWithMs), id});

@@ -53,24 +53,27 @@ MarkerAnalysis analysisOf(const QByteArray& wave)
 
 QStringList texts(const QJsonValue& array)
 {
+    const QJsonArray list = array.toArray();
     QStringList result;
-    for (const QJsonValue& element : array.toArray())
+    for (const QJsonValue& element : list)
         result.append(element.toString());
     return result;
 }
 
 QVector<int> numbers(const QJsonValue& array)
 {
+    const QJsonArray list = array.toArray();
     QVector<int> result;
-    for (const QJsonValue& element : array.toArray())
+    for (const QJsonValue& element : list)
         result.append(element.isDouble() ? element.toInt(-1000) : -2000);
     return result;
 }
 
 QVector<double> reals(const QJsonValue& array)
 {
+    const QJsonArray list = array.toArray();
     QVector<double> result;
-    for (const QJsonValue& element : array.toArray())
+    for (const QJsonValue& element : list)
         result.append(element.isDouble() ? element.toDouble() : -1e9);
     return result;
 }
@@ -277,7 +280,8 @@ void TestServerAnalysis::diagnosticCategories()
     QSet<QString> ids;
     for (const QJsonValue& category : all) {
         QCOMPARE(category.toObject().keys(), QStringList({QStringLiteral("storages"), QStringLiteral("title")}));
-        for (const QJsonValue& value : category.toObject().value(QStringLiteral("storages")).toArray()) {
+        const QJsonArray storages = category.toObject().value(QStringLiteral("storages")).toArray();
+        for (const QJsonValue& value : storages) {
             const QJsonObject storage = value.toObject();
             QCOMPARE(storage.keys(),
                      QStringList({QStringLiteral("frequencies"), QStringLiteral("id"), QStringLiteral("title")}));
@@ -343,7 +347,8 @@ void TestServerAnalysis::everyStorageHasEqualLengths()
         QCOMPARE(reply.keys(), QStringList({QStringLiteral("columns"), QStringLiteral("rows")}));
         QCOMPARE(reply.value(QStringLiteral("columns")).toArray().size(), records.size());
         QSet<QString> ids;
-        for (const QJsonValue& value : reply.value(QStringLiteral("rows")).toArray()) {
+        const QJsonArray rows = reply.value(QStringLiteral("rows")).toArray();
+        for (const QJsonValue& value : rows) {
             const QJsonObject row = value.toObject();
             QCOMPARE(row.keys(),
                      QStringList({QStringLiteral("amount"), QStringLiteral("description"), QStringLiteral("id"),
@@ -366,7 +371,8 @@ void TestServerAnalysis::theFirstRecordDecidesTheOrder()
     const QString high = add(testWave(880), "2026-03-02T10:00:00");
     const auto order = [&](const QStringList& records) {
         QStringList ids;
-        for (const QJsonValue& row : ask(markers, records).value(QStringLiteral("rows")).toArray())
+        const QJsonArray rows = ask(markers, records).value(QStringLiteral("rows")).toArray();
+        for (const QJsonValue& row : rows)
             ids.append(row.toObject().value(QStringLiteral("id")).toString());
         return ids;
     };

@@ -10,6 +10,7 @@
 
 #include <zlib.h>
 
+#include <algorithm>
 #include <cstring>
 #include <limits>
 
@@ -104,12 +105,10 @@ void TestAnalysisResult::comesBackToTheLastBit()
         for (const Catalogue::Storage& storage : Catalogue::instance().storages()) {
             const QVector<double> before = result.levels(storage);
             const QVector<double> after = back->levels(storage);
-            QCOMPARE(after.size(), before.size());
-            QVERIFY(std::memcmp(after.constData(), before.constData(), size_t(before.size()) * sizeof(double)) == 0);
+            QVERIFY(std::equal(after.begin(), after.end(), before.begin(), before.end()));
         }
         QCOMPARE(back->bands().size(), int(BandLevels::count));
-        QVERIFY(std::memcmp(back->bands().constData(), result.bands().constData(),
-                            size_t(BandLevels::count) * sizeof(double)) == 0);
+        QVERIFY(std::equal(back->bands().begin(), back->bands().end(), result.bands().begin(), result.bands().end()));
     }
 }
 
