@@ -40,9 +40,6 @@ LocalText textOf(Messages::Id id)
     case Messages::ServerFailed:
         return {QStringLiteral("The server could not carry out the request. Please try again later."),
                 QStringLiteral("Сервер не смог выполнить запрос. Попробуйте ещё раз позже.")};
-    case Messages::NotAvailable:
-        return {QStringLiteral("This server does not offer this function yet."),
-                QStringLiteral("На этом сервере такой возможности пока нет.")};
     case Messages::LoginRequired:
         return {QStringLiteral("Please log in."), QStringLiteral("Войдите в систему.")};
     case Messages::SessionExpired:

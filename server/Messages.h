@@ -22,7 +22,6 @@ public:
         Compressed,
         AddressTooLong,
         ServerFailed,
-        NotAvailable,
         LoginRequired,
         SessionExpired,
         LoginFailed,
