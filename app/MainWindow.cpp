@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "app/MainWindow.h"
 
+#include "analysis/ViewAnalysis.h"
+#include "analysis/ViewComparativeAnalysis.h"
+#include "analysis/ViewRecoveryHistory.h"
 #include "app/Constants.h"
 #include "app/DialogAbout.h"
 #include "app/DialogChangePassword.h"
@@ -176,18 +179,49 @@ void MainWindow::pushScreen(QWidget* screen)
 void MainWindow::onChoosePatient(Patient& patient)
 {
     auto* card = new ViewPatient(this, &patient);
+    connect(card, SIGNAL(onAnalysis(Patient&, QList<Record>&)), this, SLOT(onAnalysis(Patient&, QList<Record>&)));
+    connect(card, SIGNAL(onComparativeAnalysis(Patient&, QList<Record>&)), this,
+            SLOT(onComparativeAnalysis(Patient&, QList<Record>&)));
     connect(card, SIGNAL(onReceipt(Patient&, Record&)), this, SLOT(onReceipt(Patient&, Record&)));
+    connect(card, SIGNAL(onRecoveryHistory(Patient&, QList<Record>&)), this,
+            SLOT(onRecoveryHistory(Patient&, QList<Record>&)));
     connect(card, SIGNAL(onPatientsList()), this, SLOT(showPatientsList()));
     connect(card, SIGNAL(onPatientDelete(QWidget*, Patient&)), this, SLOT(patientDelete(QWidget*, Patient&)));
     connect(card, SIGNAL(onPlay(QByteArray, QString)), this, SLOT(onPlayerInit(QByteArray, QString)));
     pushScreen(card);
 }
 
+void MainWindow::connectBack(QWidget* screen)
+{
+    connect(screen, SIGNAL(onPatientsList()), this, SLOT(showPatientsList()));
+    connect(screen, SIGNAL(onBack()), this, SLOT(screenBack()));
+}
+
+void MainWindow::onAnalysis(Patient& patient, QList<Record>& records)
+{
+    auto* analysis = new ViewAnalysis(this, &patient, &records);
+    connectBack(analysis);
+    pushScreen(analysis);
+}
+
+void MainWindow::onComparativeAnalysis(Patient& patient, QList<Record>& records)
+{
+    auto* comparison = new ViewComparativeAnalysis(this, &patient, &records);
+    connectBack(comparison);
+    pushScreen(comparison);
+}
+
+void MainWindow::onRecoveryHistory(Patient& patient, QList<Record>& records)
+{
+    auto* history = new ViewRecoveryHistory(this, &patient, &records);
+    connectBack(history);
+    pushScreen(history);
+}
+
 void MainWindow::onReceipt(Patient& patient, Record& record)
 {
     auto* receipt = new ViewReceipt(this, &patient, &record);
-    connect(receipt, SIGNAL(onPatientsList()), this, SLOT(showPatientsList()));
-    connect(receipt, SIGNAL(onBack()), this, SLOT(screenBack()));
+    connectBack(receipt);
     connect(receipt, SIGNAL(onReceipt(Patient&, Record&, QList<Marker>&, bool)), this,
             SLOT(onImpact(Patient&, Record&, QList<Marker>&, bool)));
     pushScreen(receipt);
@@ -196,8 +230,7 @@ void MainWindow::onReceipt(Patient& patient, Record& record)
 void MainWindow::onImpact(Patient& patient, Record& record, QList<Marker>& markers, bool flag)
 {
     auto* impact = new ViewImpact(this, &patient, &record, &markers, flag);
-    connect(impact, SIGNAL(onPatientsList()), this, SLOT(showPatientsList()));
-    connect(impact, SIGNAL(onBack()), this, SLOT(screenBack()));
+    connectBack(impact);
     connect(impact, SIGNAL(onPlay(QByteArray, QString)), this, SLOT(onPlayerInit(QByteArray, QString)));
     connect(impact, &ViewImpact::onPatientCard, this, [this] {
         screenBack();

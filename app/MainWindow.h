@@ -50,6 +50,9 @@ public slots:
     void onMenuUpdates();
 
     void onChoosePatient(Patient& patient);
+    void onAnalysis(Patient& patient, QList<Record>& records);
+    void onComparativeAnalysis(Patient& patient, QList<Record>& records);
+    void onRecoveryHistory(Patient& patient, QList<Record>& records);
     void onReceipt(Patient& patient, Record& record);
     void onImpact(Patient& patient, Record& record, QList<Marker>& markers, bool flag);
 
@@ -70,6 +73,8 @@ protected:
 private:
     void createLanguageMenu();
     void pushScreen(QWidget* screen);
+    /// Connects the ways back that every screen above the card has.
+    void connectBack(QWidget* screen);
 
     Ui::MainWindow* ui;
     QStackedWidget* stack;

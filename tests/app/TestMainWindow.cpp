@@ -1,10 +1,14 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "analysis/ViewAnalysis.h"
+#include "analysis/ViewComparativeAnalysis.h"
+#include "analysis/ViewRecoveryHistory.h"
 #include "app/MainWindow.h"
 #include "app/init.h"
 #include "model/PatientManager.h"
 #include "net/Authentication.h"
 #include "net/DialogLogin.h"
 #include "patients/PatientModel.h"
+#include "patients/RecordModel.h"
 #include "patients/ViewPatient.h"
 #include "patients/ViewPatients.h"
 #include "recipe/ViewImpact.h"
@@ -16,6 +20,10 @@
 
 #include <QAction>
 #include <QApplication>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QLabel>
 #include <QLineEdit>
 #include <QMenu>
 #include <QMenuBar>
@@ -85,6 +93,9 @@ private slots:
     void escapeLeavesAnEmptyWindow();
     void closingTheLoginEndsTheProcess();
     void choosingOpensTheCard();
+    void cardLeadsToWhatRecordsSay_data();
+    void cardLeadsToWhatRecordsSay();
+    void unsavedHistoryIsAskedFor();
     void backDropsOneScreen();
     void backOnTheListEmptiesTheStack();
     void backOnAnEmptyStackDoesNothing();
@@ -111,7 +122,7 @@ private:
     {
         return qobject_cast<QStackedWidget*>(window.centralWidget());
     }
-    void openCard(MainWindow& window);
+    void openCard(MainWindow& window, const QByteArray& records = "[]");
     void openReceipt(MainWindow& window);
     void openImpact(MainWindow& window, const QStringList& markers = {QStringLiteral("m1"), QStringLiteral("m2")});
 
@@ -160,9 +171,9 @@ bool TestMainWindow::settled(const MainWindow& main) const
     });
 }
 
-void TestMainWindow::openCard(MainWindow& window)
+void TestMainWindow::openCard(MainWindow& window, const QByteArray& records)
 {
-    server->expect("GET", "/record/p1", "[]");
+    server->expect("GET", "/record/p1", records);
     Patient chosen = patient(QStringLiteral("p1"), QStringLiteral("Ada"));
     window.onChoosePatient(chosen);
     QVERIFY(settled(window));
@@ -288,6 +299,86 @@ void TestMainWindow::choosingOpensTheCard()
     QCOMPARE(stackOf(*main)->count(), 2);
     QVERIFY(qobject_cast<ViewPatient*>(stackOf(*main)->currentWidget()) != nullptr);
     QVERIFY(settled(*main));
+}
+
+void TestMainWindow::cardLeadsToWhatRecordsSay_data()
+{
+    QTest::addColumn<QByteArray>("screen");
+    QTest::addColumn<QString>("button");
+    QTest::addColumn<QByteArray>("path");
+    QTest::newRow("analysis") << QByteArray("ViewAnalysis") << "buttonAnalysis" << QByteArray("/analysis/summary");
+    QTest::newRow("comparison") << QByteArray("ViewComparativeAnalysis") << "buttonComparativeAnalysis"
+                                << QByteArray("/analysis/comparative");
+    QTest::newRow("history") << QByteArray("ViewRecoveryHistory") << "buttonRecoveryHistory"
+                             << QByteArray("/patient/questionnaire");
+}
+
+void TestMainWindow::cardLeadsToWhatRecordsSay()
+{
+    QFETCH(QByteArray, screen);
+    QFETCH(QString, button);
+    QFETCH(QByteArray, path);
+    const auto main = window();
+    openCard(*main, R"([{"id": "r1", "patientId": "p1"}, {"id": "r2", "patientId": "p1"},
+                        {"id": "r3", "patientId": "p1"}])");
+    QWidget* const card = stackOf(*main)->currentWidget();
+    card->findChild<RecordModel*>()->toggle(true);
+
+    for (const char* const way : {"buttonBack", "buttonListPatients"}) {
+        server->expect("POST", path, "{}");
+        card->findChild<QPushButton*>(button)->click();
+        QCOMPARE(stackOf(*main)->count(), 3);
+        const QPointer<QWidget> shown = stackOf(*main)->currentWidget();
+        QCOMPARE(QByteArray(shown->metaObject()->className()), screen);
+        QVERIFY(settled(*main));
+        const QJsonObject sent = QJsonDocument::fromJson(server->requests().constLast().body).object();
+        QCOMPARE(sent.value(QStringLiteral("patientId")).toString(), QStringLiteral("p1"));
+        QCOMPARE(sent.value(QStringLiteral("records")).toArray().size(), 3);
+        // Its label says whose records they are.
+        QCOMPARE(shown->findChild<QLabel*>(QStringLiteral("labelPatientName"))->text(), QStringLiteral("(Ada)"));
+
+        shown->findChild<QPushButton*>(QString::fromLatin1(way))->click();
+        QTRY_VERIFY(shown.isNull());
+        if (qstrcmp(way, "buttonBack") == 0) {
+            QCOMPARE(stackOf(*main)->count(), 2);
+            QCOMPARE(stackOf(*main)->currentWidget(), card);
+        } else {
+            QCOMPARE(stackOf(*main)->count(), 1);
+            QVERIFY(qobject_cast<ViewPatients*>(stackOf(*main)->currentWidget()) != nullptr);
+        }
+    }
+}
+
+void TestMainWindow::unsavedHistoryIsAskedFor()
+{
+    const auto main = window();
+    openCard(*main);
+    server->expect("POST", "/patient/questionnaire",
+                   R"({"dates": {"r1": "2021-03-04T05:06:07"}, "rows": [{"id": 1, "symptom": "Cough"}]})");
+    Patient chosen = patient(QStringLiteral("p1"), QStringLiteral("Ada"));
+    QList<Record> records{record(QStringLiteral("r1"))};
+    main->onRecoveryHistory(chosen, records);
+    QVERIFY(settled(*main));
+    QWidget* const history = stackOf(*main)->currentWidget();
+    auto* const table = history->findChild<QTableView*>(QStringLiteral("tableView"));
+    table->model()->setData(table->model()->index(2, 1), 2.0F, Qt::DisplayRole);
+
+    // A failed save keeps the screen, a saved one leaves it.
+    server->expect("PUT", "/patient/questionnaire/p1", R"({"message": "Not now"})", 500);
+    {
+        BoxAnswer yes(QMessageBox::Yes);
+        history->findChild<QPushButton*>(QStringLiteral("buttonBack"))->click();
+        QVERIFY(yes.used());
+        BoxAnswer refused(QMessageBox::Ok);
+        QTRY_VERIFY(refused.used());
+        QCOMPARE(refused.text, QStringLiteral("Not now"));
+    }
+    QCOMPARE(stackOf(*main)->count(), 3);
+    server->expect("PUT", "/patient/questionnaire/p1", "{}");
+    BoxAnswer yes(QMessageBox::Yes);
+    history->findChild<QPushButton*>(QStringLiteral("buttonListPatients"))->click();
+    QVERIFY(yes.used());
+    QTRY_COMPARE(stackOf(*main)->count(), 1);
 }
 
 void TestMainWindow::backDropsOneScreen()

@@ -38,27 +38,6 @@
 
 namespace {
 
-/// Names that the sheet already dresses and that no code bears yet. A line goes as its screen comes: the test fails on
-/// a name that the code has. A selector that starts with a class of this list has its object names unchecked so long.
-const QStringList notYetWritten{
-    // later screens and dialogs
-    QStringLiteral("ViewAnalysis"),         QStringLiteral("ViewComparativeAnalysis"),
-    QStringLiteral("DialogAbout"),          QStringLiteral("DialogAutospectrum"),
-    QStringLiteral("DialogChangePassword"), QStringLiteral("DialogManageDevices"),
-    QStringLiteral("ViewComparativeAnalysis"),
-    QStringLiteral("ViewRecoveryHistory"),
-    QStringLiteral("DialogAbout"),
-    QStringLiteral("DialogAutospectrum"),
-    QStringLiteral("DialogChangePassword"),
-    QStringLiteral("ViewAnalysis"),        QStringLiteral("ViewComparativeAnalysis"),
-    QStringLiteral("ViewRecoveryHistory"), QStringLiteral("DialogAutospectrum"),
-    QStringLiteral("DialogManageDevices"),
-    QStringLiteral("ViewAnalysis"),       QStringLiteral("ViewRecoveryHistory"),  QStringLiteral("DialogAbout"),
-    QStringLiteral("DialogAutospectrum"), QStringLiteral("DialogChangePassword"), QStringLiteral("DialogManageDevices"),
-    QStringLiteral("ViewAnalysis"), QStringLiteral("ViewComparativeAnalysis"), QStringLiteral("ViewRecoveryHistory"),
-    QStringLiteral("DialogAbout"),  QStringLiteral("DialogChangePassword"),
-};
-
 /// Classes of Qt that the sheet may name, by their own meta objects, so that a typing error cannot stand here either.
 const QMetaObject* const qtClasses[] = {
     &QAbstractItemView::staticMetaObject, &QCheckBox::staticMetaObject,    &QComboBox::staticMetaObject,
@@ -316,7 +295,6 @@ private slots:
     void isAscii();
     void qtParsesIt();
     void selectorsNameWhatExists();
-    void pendingNamesArePending();
     void statesAndPropertiesAreKnown();
     void coloursAreOfThePalette();
     void picturesExist();
@@ -454,14 +432,10 @@ void TestStyleSheet::selectorsNameWhatExists()
                 if (!step.valid) {
                     wrong.append(QStringLiteral("not understood: ") + selector);
                 }
-                if (!step.type.isEmpty() && !known.contains(step.type) && !code.classes.contains(step.type) &&
-                    !notYetWritten.contains(step.type)) {
+                if (!step.type.isEmpty() && !known.contains(step.type) && !code.classes.contains(step.type)) {
                     wrong.append(QStringLiteral("no such class: ") + selector);
                 }
                 for (const QString& id : step.ids) {
-                    if (notYetWritten.contains(owner) || notYetWritten.contains(QLatin1Char('#') + id)) {
-                        continue;
-                    }
                     const bool there =
                         code.classes.contains(owner) ? code.namesOf.value(owner).contains(id) : code.names.contains(id);
                     if (!there) {
@@ -472,24 +446,6 @@ void TestStyleSheet::selectorsNameWhatExists()
         }
     }
     QVERIFY2(wrong.isEmpty(), qPrintable(wrong.join(QLatin1Char('\n'))));
-}
-
-void TestStyleSheet::pendingNamesArePending()
-{
-    QStringList arrived;
-    QStringList unused;
-    for (const QString& name : notYetWritten) {
-        const bool isId = name.startsWith(QLatin1Char('#'));
-        if (isId ? code.names.contains(name.mid(1)) : code.classes.contains(name)) {
-            arrived.append(name);
-        }
-        if (!sheet.contains(name)) {
-            unused.append(name);
-        }
-    }
-    QVERIFY2(arrived.isEmpty(), qPrintable(QStringLiteral("written by now, take it from the list: ") +
-                                           arrived.join(QStringLiteral(", "))));
-    QVERIFY2(unused.isEmpty(), qPrintable(unused.join(QStringLiteral(", "))));
 }
 
 void TestStyleSheet::statesAndPropertiesAreKnown()
