@@ -152,7 +152,8 @@ QByteArray Utils::repeatBlocks(const QJsonArray& blocks, int repeats)
         chunks.append(QByteArray::fromBase64(block.toString().toUtf8()));
         onePass += chunks.last().size();
     }
-    const qint64 passes = onePass == 0 ? 1 : qMin<qint64>(repeats, qMax<qint64>(1, maximumPlayback / onePass));
+    const qint64 most = onePass == 0 ? 1 : qMax<qint64>(1, maximumPlayback / onePass);
+    const qint64 passes = qBound<qint64>(0, repeats, most);
     QByteArray samples;
     samples.reserve(static_cast<int>(onePass * passes));
     for (const QByteArray& chunk : qAsConst(chunks)) {
