@@ -11,12 +11,14 @@
 #include "net/Authentication.h"
 #include "net/DialogLogin.h"
 #include "net/LoadingWindow.h"
+#include "patients/DialogManageDevices.h"
 #include "patients/FormPatient.h"
 #include "patients/ViewPatient.h"
 #include "patients/ViewPatients.h"
 #include "recipe/ViewImpact.h"
 #include "recipe/ViewReceipt.h"
 #include "signal/AudioRecorder.h"
+#include "signal/DialogAutospectrum.h"
 #include "signal/DialogPlayer.h"
 #include "signal/Utils.h"
 #include "tests/languages/ClippedTexts.h"
@@ -143,6 +145,21 @@ QWidget* finishedRecorder()
     return dialog;
 }
 
+/// With a device that is enabled or blocked, and with the message that none was found.
+QWidget* devices(bool enabled, bool message = false)
+{
+    Patient shown = patient();
+    if (shown.isEnabled() != enabled) {
+        shown.toggleEnabled();
+    }
+    auto* const dialog = new DialogManageDevices(nullptr, &shown);
+    if (message) {
+        dialog->findChild<QLabel*>(QStringLiteral("labelError"))
+            ->setText(QCoreApplication::translate("DialogManageDevices", "Text.deviceNotConnected"));
+    }
+    return dialog;
+}
+
 QWidget* waiting()
 {
     // The smallest dialog that is ever covered.
@@ -181,6 +198,10 @@ const QList<Form>& forms()
         {"FormPatient, edit", [] { return form(patient()); }},
         {"ViewPatients", [] { return new ViewPatients(nullptr); }},
         {"ViewPatient", [] { return card(); }},
+        {"DialogManageDevices, enabled", [] { return devices(true); }},
+        {"DialogManageDevices, blocked", [] { return devices(false); }},
+        {"DialogManageDevices, no sensor", [] { return devices(true, true); }},
+        {"DialogAutospectrum", [] { return new DialogAutospectrum(nullptr); }},
         {"AudioRecorder, start", [] { return recorder(false); }},
         {"AudioRecorder, remote", [] { return recorder(true); }},
         {"AudioRecorder, running", [] { return recorder(false, "Dialog.signalRecordInProgress"); }},
