@@ -5,8 +5,8 @@
 
 class AnalysisModel;
 
-/// Sorts an AnalysisModel as the base class does by Qt::UserRole, but compares its values where they are: with thousands
-/// of rows, two QVariant objects for each comparison cost more than all the rest.
+/// Sorts an AnalysisModel as the base class does by Qt::UserRole, but compares its values where they are: with
+/// thousands of rows, two QVariant objects for each comparison cost more than all the rest.
 class AnalysisProxyModel : public QSortFilterProxyModel
 {
     Q_OBJECT

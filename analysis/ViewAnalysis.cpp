@@ -168,8 +168,7 @@ void ViewAnalysis::onAnalyseSuccess(const QByteArray& bytes)
 {
     analysisModel->fromJson(bytes);
     fitColumns(ui->analysisTableView);
-    // The header had no height before the first load; the layout that is still pending gives it one.
-    ui->analysisTableView->doItemsLayout();
+    // The header had no height before the first load.
     updateHeaderHeight();
 }
 

@@ -128,6 +128,7 @@ private slots:
     void manyColumnsScroll_data();
     void manyColumnsScroll();
     void manyMarkers();
+    void knowsTheHeaderHeight_data();
     void knowsTheHeaderHeight();
     void selectsRows();
     void navigates();
@@ -731,10 +732,18 @@ void TestViewAnalysis::manyMarkers()
     QVERIFY(!view->grab().isNull());
 }
 
+void TestViewAnalysis::knowsTheHeaderHeight_data()
+{
+    QTest::addColumn<QByteArray>("reply");
+    QTest::newRow("records") << markersReply;
+    QTest::newRow("only the title column") << QByteArray(R"({"rows": [{"id": "m1", "title": "Beta"}]})");
+}
+
 void TestViewAnalysis::knowsTheHeaderHeight()
 {
+    QFETCH(QByteArray, reply);
     loadCategories();
-    analyse();
+    analyse(reply);
     auto* const delegate = view->findChild<AnalysisDelegate*>();
     const int height = delegate->getHeaderHeight();
     QVERIFY(height > 0);
