@@ -68,7 +68,7 @@ struct Grid
             if (symptom.custom && symptom.text == text)
                 return symptom;
         }
-        qFatal("no custom symptom %s", qPrintable(text));
+        return missing(text);
     }
 
     Symptom& shipped(const QString& id)
@@ -77,7 +77,18 @@ struct Grid
             if (!symptom.custom && QString::number(symptom.id) == id)
                 return symptom;
         }
-        qFatal("no symptom %s", qPrintable(id));
+        return missing(id);
+    }
+
+    /// What no answer is equal to.
+    Symptom& missing(const QString& what)
+    {
+        qWarning("no symptom %s", qPrintable(what));
+        none = Symptom();
+        none.id = -5000;
+        for (const QString& column : qAsConst(columns))
+            none.values.insert(column, -5000);
+        return none;
     }
 
     void remove(const QString& text)
@@ -113,6 +124,7 @@ struct Grid
 
     QStringList columns;
     QVector<Symptom> symptoms;
+    Symptom none;
 };
 
 QJsonObject inner(const QString& key, const QJsonValue& value)
