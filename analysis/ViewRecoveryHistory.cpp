@@ -123,16 +123,15 @@ void ViewRecoveryHistory::onError(const QString& message)
 
 void ViewRecoveryHistory::onNewSymptom()
 {
-    const QPointer<ViewRecoveryHistory> self(this);
     QInputDialog dialog;
     dialog.setInputMode(QInputDialog::TextInput);
     dialog.setOkButtonText(tr("Text.save"));
     dialog.setCancelButtonText(tr("Text.cancel"));
     dialog.setWindowTitle(tr("Text.newSymptom"));
     dialog.setLabelText(tr("Text.symptomName"));
+    // A screen that goes takes the dialog with it, and the answer is no then.
     connect(this, &QObject::destroyed, &dialog, &QDialog::reject);
-    const int answer = dialog.exec();
-    if (self == nullptr || answer != QDialog::Accepted || dialog.textValue().isEmpty()) {
+    if (dialog.exec() != QDialog::Accepted || dialog.textValue().isEmpty()) {
         return;
     }
     model->appendSymptom(Symptom(-1, dialog.textValue(), true));

@@ -1214,6 +1214,9 @@ void TestViewRecoveryHistory::goesWhileANameIsAskedFor()
                     });
     if (byMenu) {
         choose(menuAt(4), 0);
+        // The menu goes with the screen too, so it has to be done with its action before.
+        QVERIFY(!end.used());
+        QVERIFY(view != nullptr);
     } else {
         click("buttonNewSymptom");
     }
