@@ -1,4 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "analysis/ViewAnalysis.h"
+#include "analysis/ViewComparativeAnalysis.h"
+#include "analysis/ViewRecoveryHistory.h"
 #include "app/DialogAbout.h"
 #include "app/DialogChangePassword.h"
 #include "app/Dialogs.h"
@@ -98,6 +101,21 @@ template <typename Screen> QWidget* screen()
     Patient shown = patient();
     Record taken = record();
     return new Screen(nullptr, &shown, &taken);
+}
+
+/// For the screens that take several records.
+template <typename Screen> Screen* analysis()
+{
+    Patient shown = patient();
+    QList<Record> taken{record()};
+    return new Screen(nullptr, &shown, &taken);
+}
+
+QWidget* markerAnalysis()
+{
+    auto* const view = analysis<ViewAnalysis>();
+    view->findChild<QTabWidget*>(QStringLiteral("tabWidget"))->setCurrentIndex(1);
+    return view;
 }
 
 QWidget* card()
@@ -207,6 +225,10 @@ const QList<Form>& forms()
         {"AudioRecorder, running", [] { return recorder(false, "Dialog.signalRecordInProgress"); }},
         {"AudioRecorder, finished", [] { return finishedRecorder(); }},
         {"DialogPlayer", [] { return new DialogPlayer(nullptr, QByteArray(66150, 127), patient().getName()); }, false},
+        {"ViewAnalysis, summary", [] { return analysis<ViewAnalysis>(); }},
+        {"ViewAnalysis, markers", [] { return markerAnalysis(); }},
+        {"ViewComparativeAnalysis", [] { return analysis<ViewComparativeAnalysis>(); }},
+        {"ViewRecoveryHistory", [] { return analysis<ViewRecoveryHistory>(); }},
         {"ViewReceipt", [] { return screen<ViewReceipt>(); }},
         {"ViewImpact, sensor", [] { return impact(0); }},
         {"ViewImpact, file", [] { return impact(1); }},
