@@ -63,7 +63,7 @@ QVariant SymptomModel::data(const QModelIndex& index, int role) const
     }
     const bool head = index.row() < headRows;
     const bool body = !head && index.column() > 0;
-    const QVariant value = table->cellValue(index.column(), index.row());
+    QVariant value = table->cellValue(index.column(), index.row());
 
     switch (role) {
     case Qt::DisplayRole:

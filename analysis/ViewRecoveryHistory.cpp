@@ -77,23 +77,24 @@ void ViewRecoveryHistory::setupTable()
 
 void ViewRecoveryHistory::fillMenu()
 {
-    // Queued: the dialog that follows may outlive the screen, and the menu with it, which must not go while one of its
-    // own actions runs.
-    connect(
-        menu.addAction(tr("Text.newSymptom")), &QAction::triggered, this,
-        [this] {
-            const QPointer<ViewRecoveryHistory> self(this);
-            onNewSymptom();
-            if (self != nullptr) {
-                dirty = true;
-            }
-        },
-        Qt::QueuedConnection);
+    // Queued: the screen may go while the dialog is open, and the menu with it, which must not go while one of its own
+    // actions runs.
+    connect(menu.addAction(tr("Text.newSymptom")), &QAction::triggered, this, &ViewRecoveryHistory::newSymptomFromMenu,
+            Qt::QueuedConnection);
     QAction* const remove = menu.addAction(tr("Text.removeSymptom"));
     connect(remove, &QAction::triggered, this, [this, remove] {
         model->removeSymptom(remove->data().toInt());
         dirty = true;
     });
+}
+
+void ViewRecoveryHistory::newSymptomFromMenu()
+{
+    const QPointer<ViewRecoveryHistory> self(this);
+    onNewSymptom();
+    if (self != nullptr) {
+        dirty = true;
+    }
 }
 
 void ViewRecoveryHistory::onLoadSuccess(const QByteArray& bytes)

@@ -49,6 +49,8 @@ public slots:
 private:
     void setupTable();
     void fillMenu();
+    /// Unlike the button, it leaves something to save even if nothing was added.
+    void newSymptomFromMenu();
     void fitTitleColumn();
     /// `navigation` is emitted once nothing is left to save or the user does not want to.
     void leave(void (ViewRecoveryHistory::*navigation)());

@@ -128,7 +128,7 @@ void TestSymptomDelegate::editsBodyCells()
     QWidget parent;
     QWidget* const editor = delegate->createEditor(&parent, QStyleOptionViewItem(), model->index(row, column));
     QCOMPARE(editor != nullptr, edited);
-    if (edited) {
+    if (editor != nullptr) {
         QCOMPARE(editor->parentWidget(), &parent);
         QVERIFY(qobject_cast<QComboBox*>(editor) != nullptr);
     }
@@ -151,7 +151,7 @@ void TestSymptomDelegate::opensOnADoubleClick()
     QFETCH(bool, edited);
     const QComboBox* const box = edit(row, column);
     QCOMPARE(box != nullptr, edited);
-    if (edited) {
+    if (box != nullptr) {
         QCOMPARE(box->currentIndex(), 3);
     }
 }
@@ -159,7 +159,9 @@ void TestSymptomDelegate::opensOnADoubleClick()
 void TestSymptomDelegate::offersStrengths()
 {
     const QComboBox* const box = edit(2, 1);
-    QVERIFY(box != nullptr);
+    if (box == nullptr) {
+        QFAIL("No editor came up");
+    }
     QVERIFY(!box->hasFrame());
     QVERIFY(!box->isEditable());
     QCOMPARE(box->count(), 4);
@@ -184,7 +186,9 @@ void TestSymptomDelegate::writesAtOnce()
 {
     QFETCH(int, entry);
     QComboBox* const box = edit(2, 1);
-    QVERIFY(box != nullptr);
+    if (box == nullptr) {
+        QFAIL("No editor came up");
+    }
     QSignalSpy changes(model, &SymptomModel::onChange);
     QSignalSpy data(model, &QAbstractItemModel::dataChanged);
     for (int i = 0; i < entry; ++i) {
@@ -202,7 +206,9 @@ void TestSymptomDelegate::writesAtOnce()
 void TestSymptomDelegate::writesEachChange()
 {
     QComboBox* const box = edit(2, 1);
-    QVERIFY(box != nullptr);
+    if (box == nullptr) {
+        QFAIL("No editor came up");
+    }
     QSignalSpy changes(model, &SymptomModel::onChange);
     box->setCurrentIndex(3);
     QCOMPARE(changes.count(), 1);
@@ -236,7 +242,9 @@ void TestSymptomDelegate::firstSettingWrites()
     const QVariant before = value(row, column);
     QSignalSpy spy(model, &SymptomModel::onChange);
     const QComboBox* const box = edit(row, column);
-    QVERIFY(box != nullptr);
+    if (box == nullptr) {
+        QFAIL("No editor came up");
+    }
     QCOMPARE(box->currentIndex(), entry);
     QCOMPARE(spy.count(), changes);
     QCOMPARE(value(row, column), before);
@@ -258,7 +266,9 @@ void TestSymptomDelegate::leavesOtherValuesAlone()
     QVERIFY(model->setData(model->index(2, 1), intensity, Qt::DisplayRole));
     QSignalSpy changes(model, &SymptomModel::onChange);
     QComboBox* const box = edit(2, 1);
-    QVERIFY(box != nullptr);
+    if (box == nullptr) {
+        QFAIL("No editor came up");
+    }
     QCOMPARE(box->currentIndex(), -1);
     QCOMPARE(changes.count(), 0);
     QCOMPARE(value(2, 1), QVariant(intensity));
@@ -272,7 +282,9 @@ void TestSymptomDelegate::roundsFractions()
 {
     QVERIFY(model->setData(model->index(2, 1), 1.75F, Qt::DisplayRole));
     const QComboBox* const box = edit(2, 1);
-    QVERIFY(box != nullptr);
+    if (box == nullptr) {
+        QFAIL("No editor came up");
+    }
     QCOMPARE(box->currentIndex(), 2);
     // The first setting of the entry has written it.
     QCOMPARE(value(2, 1), QVariant(2.0F));
@@ -290,7 +302,9 @@ void TestSymptomDelegate::closingWritesNothing()
 {
     QFETCH(int, key);
     QComboBox* const box = edit(2, 1);
-    QVERIFY(box != nullptr);
+    if (box == nullptr) {
+        QFAIL("No editor came up");
+    }
     box->setCurrentIndex(2);
     QSignalSpy changes(model, &SymptomModel::onChange);
     QSignalSpy data(model, &QAbstractItemModel::dataChanged);
@@ -309,7 +323,9 @@ void TestSymptomDelegate::followsItsRow()
     QWidget parent;
     auto* const box =
         qobject_cast<QComboBox*>(delegate->createEditor(&parent, QStyleOptionViewItem(), model->index(5, 1)));
-    QVERIFY(box != nullptr);
+    if (box == nullptr) {
+        QFAIL("No editor came up");
+    }
     model->removeSymptom(4);
     box->setCurrentIndex(3);
     QCOMPARE(model->data(model->index(4, 0)), QVariant(QStringLiteral("Yours")));
@@ -330,7 +346,9 @@ void TestSymptomDelegate::outlivesItsRow()
     QWidget parent;
     auto* const box =
         qobject_cast<QComboBox*>(delegate->createEditor(&parent, QStyleOptionViewItem(), model->index(5, 1)));
-    QVERIFY(box != nullptr);
+    if (box == nullptr) {
+        QFAIL("No editor came up");
+    }
     if (reload) {
         model->fromJSON(object(usual));
     } else {
@@ -348,7 +366,9 @@ void TestSymptomDelegate::outlivesTheModel()
     QWidget parent;
     auto* const box =
         qobject_cast<QComboBox*>(delegate->createEditor(&parent, QStyleOptionViewItem(), model->index(5, 1)));
-    QVERIFY(box != nullptr);
+    if (box == nullptr) {
+        QFAIL("No editor came up");
+    }
     view.reset();
     box->setCurrentIndex(3);
     QCOMPARE(box->currentIndex(), 3);
@@ -365,7 +385,9 @@ void TestSymptomDelegate::setsOnlyBoxes()
 void TestSymptomDelegate::fillsTheCell()
 {
     const QComboBox* const box = edit(3, 2);
-    QVERIFY(box != nullptr);
+    if (box == nullptr) {
+        QFAIL("No editor came up");
+    }
     QCOMPARE(box->geometry(), view->visualRect(model->index(3, 2)));
     QWidget parent;
     QWidget other(&parent);

@@ -677,7 +677,9 @@ void TestSymptomModel::writingClosesTheEditor()
     view.edit(model->index(2, 1));
     view.selectionModel()->setCurrentIndex(current ? model->index(2, 1) : QModelIndex(), QItemSelectionModel::NoUpdate);
     auto* const box = view.findChild<QComboBox*>();
-    QVERIFY(box != nullptr);
+    if (box == nullptr) {
+        QFAIL("No editor came up");
+    }
     QVERIFY(box->hasFocus());
     box->setCurrentIndex(2);
     QSignalSpy moves(view.selectionModel(), &QItemSelectionModel::currentChanged);
