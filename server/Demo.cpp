@@ -118,10 +118,10 @@ bool Demo::add(Database& database, Accounts& accounts)
     practitioner.fullName = QStringLiteral("Dr. Demo");
     practitioner.language = QStringLiteral("en");
     practitioner.country = QStringLiteral("US");
+    // Servers that start together may all be about to add it.
+    Database::Transaction transaction(database);
     if (accounts.find(practitioner.name))
         return true;
-
-    Database::Transaction transaction(database);
     const std::optional<Practitioner> added = accounts.add(practitioner, password());
     if (!added)
         return false;

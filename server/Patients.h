@@ -33,7 +33,7 @@ public:
     /// Stores everything but the time of the last record and the state of the device, and returns what is stored then;
     /// nothing if there is no such patient.
     std::optional<Patient> update(const Patient& patient);
-    /// With all records and recipes; its device is free then. False if there is no such patient.
+    /// With all records and what belongs to them; its device is free then. False if there is no such patient.
     bool remove(const QString& id);
 
 private:

@@ -38,10 +38,6 @@
 
 namespace {
 
-/// Names that the sheet already dresses and that no code bears yet. A line goes as its screen comes: the test fails on
-/// a name that the code has. A selector that starts with a class of this list has its object names unchecked so long.
-const QStringList notYetWritten{};
-
 /// Classes of Qt that the sheet may name, by their own meta objects, so that a typing error cannot stand here either.
 const QMetaObject* const qtClasses[] = {
     &QAbstractItemView::staticMetaObject, &QCheckBox::staticMetaObject,    &QComboBox::staticMetaObject,

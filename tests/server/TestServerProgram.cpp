@@ -13,8 +13,11 @@
 #include <QTemporaryDir>
 #include <QTest>
 
+#include <atomic>
 #include <csignal>
 #include <memory>
+#include <thread>
+#include <vector>
 
 namespace {
 
@@ -67,6 +70,7 @@ private slots:
     void keepsWhatItAnswered();
     void twoServersOnOneDatabase();
     void demo();
+    void demoOfServersThatStartTogether();
 
 private:
     QString database() const { return m_folder->filePath(QStringLiteral("store.sqlite")); }
@@ -479,6 +483,24 @@ void TestServerProgram::demo()
         QVERIFY(latin && cyrillic && umlaut);
         QVERIFY(recorded >= 5);
         QCOMPARE(server.stop(SIGTERM), 0);
+    }
+}
+
+void TestServerProgram::demoOfServersThatStartTogether()
+{
+    for (int round = 0; round < 3; ++round) {
+        const QString path = database() + QString::number(round);
+        std::atomic<int> started{0};
+        std::vector<std::thread> starts;
+        for (int i = 0; i < 5; ++i)
+            starts.emplace_back([&path, &started] {
+                ServerProcess server;
+                if (server.start(path, {QStringLiteral("--demo")}))
+                    ++started;
+            });
+        for (std::thread& start : starts)
+            start.join();
+        QCOMPARE(started.load(), 5);
     }
 }
 
