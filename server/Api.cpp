@@ -129,9 +129,13 @@ Reply Api::handle(const Request& request)
             if (language.isEmpty())
                 language = call.language = call.practitioner.language;
         }
-        return (this->*found.operation)(call);
+        return m_database.attempt([this, &found, &call] { return (this->*found.operation)(call); });
     } catch (const Failure& failure) {
         return Wire::failed(failure, language);
+    } catch (const DatabaseError& error) {
+        report(error.what());
+        if (error.kind() != DatabaseError::Kind::Failed)
+            return Wire::message(503, Messages::text(Messages::StoreUnavailable, language));
     } catch (const std::exception& error) {
         report(error.what());
     } catch (...) {

@@ -1,40 +1,55 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "server/Database.h"
 
-#include "server/DatabaseError.h"
+#include "server/DatabaseAddress.h"
 #include "server/Dialect.h"
 #include "server/Migrations.h"
 
-#include <QDir>
-#include <QFileInfo>
-#include <QHash>
-#include <QSet>
 #include <QSqlError>
 
+#include <algorithm>
 #include <atomic>
+#include <chrono>
+#include <map>
+#include <optional>
+#include <random>
+#include <thread>
 
 namespace server {
 
 namespace {
+
+constexpr int maxAttempts = 12;
+constexpr int longestPauseMs = 250;
+
+/// What is known of a store's connection of one thread.
+struct Connection
+{
+    bool open = false;
+    bool inTransaction = false;
+    bool committable = true; ///< of the open transaction: nothing in it has failed or was given up
+    bool lost = false;       ///< the open transaction has gone with its connection
+    Dialect::Prepared prepared;
+};
 
 /// Closes the connections of a thread when it ends: Qt allows none to be used from another thread.
 struct ThreadConnections
 {
     ~ThreadConnections()
     {
-        for (const QString& name : names)
-            QSqlDatabase::removeDatabase(name);
+        for (const auto& entry : byName) {
+            if (entry.second.open)
+                QSqlDatabase::removeDatabase(entry.first);
+        }
     }
 
-    QSet<QString> names;
-    /// By the name of the connection: whether the open transaction still may be committed.
-    QHash<QString, bool> transactions;
+    std::map<QString, Connection> byName;
 };
 
-ThreadConnections& connections()
+std::map<QString, Connection>& connections()
 {
     thread_local ThreadConnections ofThread;
-    return ofThread;
+    return ofThread.byName;
 }
 
 /// Unlike the address of a thread, a number is never used twice.
@@ -45,59 +60,72 @@ quint64 threadNumber()
     return number;
 }
 
+/// Whether a statement that may have been carried out or not, when the connection was lost, can just be sent again.
+bool leavesNothing(const QString& statement)
+{
+    return statement.startsWith(QLatin1String("SELECT")) || statement.startsWith(QLatin1String("BEGIN"));
+}
+
 } // namespace
 
-Database::Transaction::Transaction(Database& database)
+Database::Transaction::Transaction(Database& database, bool migrates)
     : m_database(database)
 {
-    const QString name = m_database.connectionName();
-    m_outer = !connections().transactions.contains(name);
+    m_outer = !connections()[m_database.connectionName()].inTransaction;
     if (!m_outer)
         return;
-    m_database.run(Dialect::beginWrite());
-    connections().transactions.insert(name, true);
+    const QStringList statements =
+        migrates ? m_database.m_dialect->beginMigration() : QStringList{m_database.m_dialect->begin()};
+    m_database.run(statements.first());
+    Connection& state = connections()[m_database.connectionName()];
+    state.inTransaction = true;
+    state.committable = true;
+    state.lost = false;
+    // No destructor would end it, as the constructor has not.
+    try {
+        for (const QString& statement : statements.mid(1))
+            m_database.run(statement);
+    } catch (const DatabaseError&) {
+        m_database.rollback();
+        throw;
+    }
 }
 
 Database::Transaction::~Transaction()
 {
-    const QString name = m_database.connectionName();
     if (!m_outer) {
         if (m_open)
-            connections().transactions[name] = false;
+            connections()[m_database.connectionName()].committable = false;
         return;
     }
-    connections().transactions.remove(name);
-    if (!m_open)
-        return;
-    try {
-        m_database.run(QStringLiteral("ROLLBACK"));
-    } catch (const DatabaseError&) {
-        // The engine has rolled back by itself, or the connection is lost: nothing is stored in either case.
-    }
+    if (m_open)
+        m_database.rollback();
 }
 
 void Database::Transaction::commit()
 {
+    Connection& state = connections()[m_database.connectionName()];
     if (m_outer) {
-        if (!connections().transactions.value(m_database.connectionName()))
-            throw DatabaseError(QStringLiteral("a part of the transaction was given up"));
+        // An engine may take a commit after a failure, and roll back.
+        if (!state.lost && !state.committable)
+            throw DatabaseError(QStringLiteral("a part of the transaction failed or was given up"));
         m_database.run(QStringLiteral("COMMIT"));
+        state.inTransaction = false;
     }
     m_open = false;
 }
 
-std::unique_ptr<Database> Database::open(const QString& path, QString& error)
+std::unique_ptr<Database> Database::open(const QString& location, QString& error)
 {
-    const QFileInfo file(path);
-    if (file.isDir()) {
-        error = QStringLiteral("it is a folder");
+    const std::optional<DatabaseAddress> address = DatabaseAddress::parse(location);
+    if (!address) {
+        error = QStringLiteral("it is no address of a database");
         return nullptr;
     }
-    if (!QDir().mkpath(file.absolutePath())) {
-        error = QStringLiteral("the folder %1 cannot be made").arg(file.absolutePath());
+    std::unique_ptr<Database> database(new Database(Dialect::of(*address)));
+    error = database->m_dialect->provide();
+    if (!error.isEmpty())
         return nullptr;
-    }
-    std::unique_ptr<Database> database(new Database(file.absoluteFilePath()));
     try {
         if (!Migrations::apply(*database, error))
             return nullptr;
@@ -108,8 +136,8 @@ std::unique_ptr<Database> Database::open(const QString& path, QString& error)
     return database;
 }
 
-Database::Database(const QString& path)
-    : m_path(path)
+Database::Database(std::unique_ptr<Dialect> dialect)
+    : m_dialect(std::move(dialect))
 {
     static std::atomic<quint64> last{0};
     m_name = QStringLiteral("store%1-").arg(++last);
@@ -117,35 +145,64 @@ Database::Database(const QString& path)
 
 Database::~Database()
 {
-    const QString name = connectionName();
-    if (connections().names.remove(name))
-        QSqlDatabase::removeDatabase(name);
+    close();
+    connections().erase(connectionName());
 }
 
 QSqlQuery Database::run(const QString& statement, const QVariantList& values)
 {
-    QSqlQuery query(connection());
-    query.setForwardOnly(true);
-    if (!query.prepare(statement))
-        throw DatabaseError(query.lastError().text());
-    for (const QVariant& value : values) {
+    QVariantList bound = values;
+    for (QVariant& value : bound) {
         // Qt would store a null text as NULL, which only an invalid value is to mean.
-        const bool nullText = value.userType() == QMetaType::QString && value.isNull();
-        query.addBindValue(nullText ? QVariant(QStringLiteral("")) : value);
+        if (value.userType() == QMetaType::QString && value.isNull())
+            value = QStringLiteral("");
     }
-    if (!query.exec())
-        throw DatabaseError(query.lastError().text());
-    return query;
+    for (bool again = true;; again = false) {
+        std::optional<DatabaseError> error;
+        Connection& current = connections()[connectionName()];
+        {
+            const QSqlDatabase used = connection();
+            QSqlQuery query(used);
+            if (m_dialect->run(query, used, statement, bound, current.prepared))
+                return query;
+            error = m_dialect->error(query.lastError());
+        }
+        current.committable = false;
+        if (error->kind() == DatabaseError::Kind::Lost) {
+            close();
+            // The engine was started anew since the last statement, which is no reason to refuse this one.
+            if (again && !current.inTransaction && leavesNothing(statement))
+                continue;
+        }
+        throw *error;
+    }
 }
 
-bool Database::hasTable(const QString& name)
+QStringList Database::tables()
 {
-    return connection().tables().contains(name);
+    QStringList names;
+    QSqlQuery query = run(m_dialect->selectTables());
+    while (query.next())
+        names.append(query.value(0).toString());
+    return names;
 }
 
-bool Database::isEmpty()
+QString Database::migrated(const QString& statement) const
 {
-    return connection().tables().isEmpty();
+    return m_dialect->migrated(statement);
+}
+
+void Database::rollback()
+{
+    Connection& ended = connections()[connectionName()];
+    ended.inTransaction = false;
+    if (ended.lost)
+        return;
+    try {
+        run(QStringLiteral("ROLLBACK"));
+    } catch (const DatabaseError&) {
+        // The engine has rolled back by itself, or the connection is lost: nothing is stored in either case.
+    }
 }
 
 QString Database::connectionName() const
@@ -156,24 +213,51 @@ QString Database::connectionName() const
 QSqlDatabase Database::connection()
 {
     const QString name = connectionName();
-    if (connections().names.contains(name))
+    Connection& made = connections()[connectionName()];
+    if (made.open)
         return QSqlDatabase::database(name, false);
-    QString failure;
+    if (made.inTransaction)
+        throw DatabaseError(QStringLiteral("the connection was lost within a transaction"), DatabaseError::Kind::Lost);
+    std::optional<DatabaseError> failure;
     {
-        QSqlDatabase added = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), name);
-        Dialect::configure(added, m_path);
+        QSqlDatabase added = QSqlDatabase::addDatabase(m_dialect->driver(), name);
+        m_dialect->configure(added);
         if (added.open()) {
-            failure = Dialect::prepare(added);
-            if (failure.isEmpty()) {
-                connections().names.insert(name);
+            const QString reason = m_dialect->prepare(added);
+            if (reason.isEmpty()) {
+                made.open = true;
                 return added;
             }
+            failure = DatabaseError(reason);
         } else {
-            failure = added.lastError().databaseText();
+            failure = m_dialect->error(added.lastError());
         }
     }
     QSqlDatabase::removeDatabase(name);
-    throw DatabaseError(failure);
+    throw *failure;
+}
+
+void Database::close()
+{
+    Connection& closed = connections()[connectionName()];
+    if (!closed.open)
+        return;
+    closed.open = false;
+    closed.lost = closed.inTransaction;
+    closed.prepared.clear();
+    QSqlDatabase::removeDatabase(connectionName());
+}
+
+bool Database::waitToRepeat(const DatabaseError& error, int count)
+{
+    if (error.kind() != DatabaseError::Kind::Conflict || count >= maxAttempts ||
+        connections()[connectionName()].inTransaction)
+        return false;
+    // Of different lengths, so that the same two do not meet again.
+    thread_local std::mt19937 random{std::random_device{}()};
+    std::uniform_int_distribution<int> pause(0, std::min(1 << count, longestPauseMs));
+    std::this_thread::sleep_for(std::chrono::milliseconds(pause(random)));
+    return true;
 }
 
 } // namespace server

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "server/DatabaseError.h"
+
 #include <QSqlDatabase>
 #include <QSqlQuery>
 #include <QString>
@@ -10,17 +12,27 @@
 
 namespace server {
 
-/// The store of the server: an SQLite file, with one connection for each thread that uses it. What an operation has
-/// returned from is on the disk. Failures are thrown as DatabaseError.
+class Dialect;
+
+/// The store of the server: an SQLite file or a PostgreSQL database, with one connection for each thread that uses it.
+/// What an operation has returned from is on the disk. Failures are thrown as DatabaseError.
+///
+/// A connection that was lost is made anew by the next statement, but never within a transaction: that one has failed
+/// as a whole.
 class Database
 {
 public:
     /// A unit of work that is stored as a whole by commit(), or not at all. One that is made while its thread has
-    /// another one open becomes a part of it: without its own commit() the other cannot be committed either.
+    /// another one open becomes a part of it: without its own commit() the other cannot be committed either. Nor can
+    /// one in which a statement failed. What it reads does not change before its end; if the engine sees to that by
+    /// giving up one of two transactions, a DatabaseError of the kind Conflict is thrown, see attempt().
     class Transaction
     {
     public:
-        explicit Transaction(Database& database);
+        explicit Transaction(Database& database)
+            : Transaction(database, false)
+        {
+        }
         ~Transaction();
         Transaction(const Transaction&) = delete;
         Transaction& operator=(const Transaction&) = delete;
@@ -28,14 +40,18 @@ public:
         void commit();
 
     private:
+        friend class Migrations;
+
+        Transaction(Database& database, bool migrates);
+
         Database& m_database;
         bool m_outer = true;
         bool m_open = true;
     };
 
-    /// Opens the file, creates it with its folder if it is not there, and brings its tables to this program's version.
-    /// Null on failure, with the reason in `error`.
-    static std::unique_ptr<Database> open(const QString& path, QString& error);
+    /// Opens what a DatabaseAddress names, creates a file with its folder if it is not there, and brings the tables to
+    /// this program's version. Null on failure, with the reason in `error`.
+    static std::unique_ptr<Database> open(const QString& location, QString& error);
 
     ~Database();
     Database(const Database&) = delete;
@@ -45,18 +61,36 @@ public:
     /// null text is stored as an empty one, an invalid value as NULL.
     QSqlQuery run(const QString& statement, const QVariantList& values = {});
 
-    bool hasTable(const QString& name);
-    /// No table at all.
-    bool isEmpty();
+    /// Does a piece of work, and does it again while it meets with that of others: what it stores has to be in one
+    /// transaction or one statement. The result of the work is returned, and what it throws is thrown on.
+    template <typename Work> auto attempt(const Work& work)
+    {
+        for (int count = 1;; ++count) {
+            try {
+                return work();
+            } catch (const DatabaseError& error) {
+                if (!waitToRepeat(error, count))
+                    throw;
+            }
+        }
+    }
+
+    /// Of all tables in the place that is used.
+    QStringList tables();
+    /// A statement of a migration as the engine takes it.
+    QString migrated(const QString& statement) const;
 
 private:
-    explicit Database(const QString& path);
+    explicit Database(std::unique_ptr<Dialect> dialect);
 
     /// Of the connection of this thread.
     QString connectionName() const;
     QSqlDatabase connection();
+    void close();
+    void rollback();
+    bool waitToRepeat(const DatabaseError& error, int count);
 
-    QString m_path;
+    std::unique_ptr<Dialect> m_dialect;
     /// Begins the names of this store's connections.
     QString m_name;
 };

@@ -1,26 +1,62 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "server/DatabaseError.h"
+
+#include <QHash>
 #include <QSqlDatabase>
+#include <QSqlError>
+#include <QSqlQuery>
 #include <QString>
+#include <QVariant>
+
+#include <memory>
 
 namespace server {
 
+struct DatabaseAddress;
+
 /// All that is particular to one database engine. What is written elsewhere is SQL that SQLite and PostgreSQL both
-/// take.
+/// take. Usable on any thread.
 class Dialect
 {
 public:
-    /// The column type for bytes, which statements of migrations name as "{bytes}".
-    static QString bytesType() { return QStringLiteral("BLOB"); }
-    /// Starts a transaction that will write: it waits for other writers now, and not in its middle.
-    static QString beginWrite() { return QStringLiteral("BEGIN IMMEDIATE"); }
+    /// The names under which a connection has prepared statements, by their texts.
+    using Prepared = QHash<QString, QString>;
 
+    static std::unique_ptr<Dialect> of(const DatabaseAddress& address);
+
+    Dialect() = default;
+    virtual ~Dialect() = default;
+    Dialect(const Dialect&) = delete;
+    Dialect& operator=(const Dialect&) = delete;
+
+    /// Makes what has to be there before the first connection. The reason if that fails, else an empty text.
+    virtual QString provide() const = 0;
+    /// The name of Qt's driver.
+    virtual QString driver() const = 0;
     /// Settings of a connection before it is opened: where the data lie and how long to wait for a lock.
-    static void configure(QSqlDatabase& connection, const QString& location);
+    virtual void configure(QSqlDatabase& connection) const = 0;
     /// Settings of an open connection: constraints are checked, and what was committed is on the disk. The
     /// reason if the engine refuses, else an empty text.
-    static QString prepare(QSqlDatabase& connection);
+    virtual QString prepare(QSqlDatabase& connection) const = 0;
+
+    /// A statement of a migration, with the types of its columns as this engine names them: TEXT is compared by its
+    /// bytes, REAL has eight of them, and "{bytes}" takes any.
+    virtual QString migrated(const QString& statement) const = 0;
+    /// Selects the names of all tables that are in the way of ours, or are ours.
+    virtual QString selectTables() const = 0;
+
+    /// Starts a transaction that will write, and in which nothing changes that it has read.
+    virtual QString begin() const = 0;
+    /// Starts a transaction that changes the tables, once no other one does, on this or another machine.
+    virtual QStringList beginMigration() const = 0;
+
+    /// Runs a statement with its values for the "?" in it. False on failure, with the reason in the query.
+    virtual bool run(QSqlQuery& query, const QSqlDatabase& connection, const QString& statement,
+                     const QVariantList& values, Prepared& prepared) const = 0;
+    /// What an error means, in one line without the values of a statement, as these are the data of patients.
+    virtual DatabaseError error(const QSqlError& error) const = 0;
 };
 
 } // namespace server

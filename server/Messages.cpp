@@ -40,6 +40,11 @@ LocalText textOf(Messages::Id id)
     case Messages::ServerFailed:
         return {QStringLiteral("The server could not carry out the request. Please try again later."),
                 QStringLiteral("Сервер не смог выполнить запрос. Попробуйте ещё раз позже.")};
+    case Messages::StoreUnavailable:
+        return {QStringLiteral("The server cannot reach its data at the moment. Please try again later, and see first "
+                               "whether your last change was kept."),
+                QStringLiteral("Серверу сейчас недоступны его данные. Попробуйте ещё раз позже, но сначала проверьте, "
+                               "сохранилось ли последнее изменение.")};
     case Messages::LoginRequired:
         return {QStringLiteral("Please log in."), QStringLiteral("Войдите в систему.")};
     case Messages::SessionExpired:

@@ -22,6 +22,7 @@ public:
         Compressed,
         AddressTooLong,
         ServerFailed,
+        StoreUnavailable,
         LoginRequired,
         SessionExpired,
         LoginFailed,

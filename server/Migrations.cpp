@@ -3,7 +3,6 @@
 
 #include "server/Database.h"
 #include "server/DatabaseError.h"
-#include "server/Dialect.h"
 
 #include <QDateTime>
 #include <QStringList>
@@ -14,7 +13,8 @@ namespace server {
 namespace {
 
 /// Times are stored as ISO 8601 texts in UTC with milliseconds, dates as ISO 8601 texts: they sort as text. An absent
-/// time is an empty text, as the engines disagree on where a null sorts.
+/// time is an empty text, as the engines disagree on where a null sorts. Columns have the types TEXT, INTEGER, REAL and
+/// {bytes}; truth is an INTEGER of 0 or 1.
 QVector<QStringList> steps()
 {
     return {
@@ -114,14 +114,16 @@ int Migrations::latest()
 bool Migrations::apply(Database& database, QString& error)
 {
     const QVector<QStringList> all = steps();
-    Database::Transaction transaction(database);
-    if (!database.hasTable(QStringLiteral("schema_version"))) {
-        if (!database.isEmpty()) {
+    Database::Transaction transaction(database, true);
+    const QStringList tables = database.tables();
+    if (!tables.contains(QStringLiteral("schema_version"))) {
+        if (!tables.isEmpty()) {
             error = QStringLiteral("the database belongs to another program");
             return false;
         }
-        database.run(QStringLiteral("CREATE TABLE schema_version (version INTEGER NOT NULL PRIMARY KEY, "
-                                    "applied_at TEXT NOT NULL)"));
+        database.run(
+            database.migrated(QStringLiteral("CREATE TABLE schema_version (version INTEGER NOT NULL PRIMARY KEY, "
+                                             "applied_at TEXT NOT NULL)")));
     }
     int version = 0;
     {
@@ -136,8 +138,8 @@ bool Migrations::apply(Database& database, QString& error)
         return false;
     }
     for (int step = version; step < all.size(); ++step) {
-        for (QString statement : all.at(step))
-            database.run(statement.replace(QStringLiteral("{bytes}"), Dialect::bytesType()));
+        for (const QString& statement : all.at(step))
+            database.run(database.migrated(statement));
         database.run(QStringLiteral("INSERT INTO schema_version (version, applied_at) VALUES (?, ?)"),
                      {step + 1, QDateTime::currentDateTimeUtc().toString(Qt::ISODateWithMs)});
     }

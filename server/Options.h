@@ -23,7 +23,7 @@ struct Options
     Action action = Action::Serve;
     QString host = QStringLiteral("127.0.0.1");
     int port = 18620; ///< 0: any free one
-    QString database; ///< path of the SQLite file
+    QString database; ///< path of the SQLite file, or address of a PostgreSQL database
     int sessionHours = 24 * 7;
     bool demo = false;
     bool simulateDevices = false;

@@ -4,6 +4,7 @@
 #include "server/Accounts.h"
 #include "server/Api.h"
 #include "server/Database.h"
+#include "server/DatabaseAddress.h"
 #include "server/DatabaseError.h"
 #include "server/Demo.h"
 #include "server/DeviceSimulator.h"
@@ -77,22 +78,24 @@ int Program::run(const QStringList& arguments)
     // The file holds what only its owner may read.
     umask(S_IRWXG | S_IRWXO);
     QString error;
+    const std::optional<DatabaseAddress> address = DatabaseAddress::parse(options.database);
+    const QString shown = address ? address->shown() : QString();
     const std::unique_ptr<Database> database = Database::open(options.database, error);
     if (!database)
-        return complain(QStringLiteral("cannot use the database %1: %2").arg(options.database, error));
+        return complain(QStringLiteral("cannot use the database %1: %2").arg(shown, error));
     try {
         Accounts accounts(*database);
         if (options.action == Options::Action::AddPractitioner)
-            return addPractitioner(accounts, options);
+            return addPractitioner(*database, accounts, options);
         if (options.action == Options::Action::SetPassword)
-            return setPassword(accounts, options);
+            return setPassword(*database, accounts, options);
         if (options.action == Options::Action::ListPractitioners)
             return listPractitioners(accounts);
         if (options.demo && !addDemo(*database, accounts))
             return failed;
         return serve(*database, options);
     } catch (const DatabaseError& failure) {
-        return complain(QStringLiteral("the database %1 failed: %2").arg(options.database, failure.text()));
+        return complain(QStringLiteral("the database %1 failed: %2").arg(shown, failure.text()));
     }
 }
 
@@ -116,7 +119,7 @@ int Program::serve(Database& database, const Options& options)
     return 0;
 }
 
-int Program::addPractitioner(Accounts& accounts, const Options& options)
+int Program::addPractitioner(Database& database, Accounts& accounts, const Options& options)
 {
     Practitioner practitioner;
     practitioner.name = options.practitioner;
@@ -129,13 +132,13 @@ int Program::addPractitioner(Accounts& accounts, const Options& options)
     const QString error = askPassword(options, practitioner, password);
     if (!error.isEmpty())
         return complain(error);
-    if (!accounts.add(practitioner, password))
+    if (!database.attempt([&] { return accounts.add(practitioner, password); }))
         return complain(QStringLiteral("the practitioner \"%1\" could not be added").arg(practitioner.name));
     print(QStringLiteral("added the practitioner \"%1\"").arg(practitioner.name));
     return 0;
 }
 
-int Program::setPassword(Accounts& accounts, const Options& options)
+int Program::setPassword(Database& database, Accounts& accounts, const Options& options)
 {
     const std::optional<Practitioner> practitioner = accounts.find(options.practitioner);
     if (!practitioner)
@@ -144,7 +147,7 @@ int Program::setPassword(Accounts& accounts, const Options& options)
     const QString error = askPassword(options, *practitioner, password);
     if (!error.isEmpty())
         return complain(error);
-    if (!accounts.setPassword(practitioner->name, password))
+    if (!database.attempt([&] { return accounts.setPassword(practitioner->name, password); }))
         return complain(
             QStringLiteral("the password of the practitioner \"%1\" could not be set").arg(practitioner->name));
     print(QStringLiteral("set the password of the practitioner \"%1\"").arg(practitioner->name));
@@ -162,7 +165,7 @@ int Program::listPractitioners(Accounts& accounts)
 
 bool Program::addDemo(Database& database, Accounts& accounts)
 {
-    if (!Demo::add(database, accounts)) {
+    if (!database.attempt([&] { return Demo::add(database, accounts); })) {
         complain(QStringLiteral("the demo practitioner could not be added"));
         return false;
     }

@@ -18,8 +18,8 @@ public:
 
 private:
     static int serve(Database& database, const Options& options);
-    static int addPractitioner(Accounts& accounts, const Options& options);
-    static int setPassword(Accounts& accounts, const Options& options);
+    static int addPractitioner(Database& database, Accounts& accounts, const Options& options);
+    static int setPassword(Database& database, Accounts& accounts, const Options& options);
     static int listPractitioners(Accounts& accounts);
     static bool addDemo(Database& database, Accounts& accounts);
 };

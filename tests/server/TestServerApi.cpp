@@ -1,15 +1,14 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "tests/server/ApiClient.h"
 #include "tests/server/ServerProcess.h"
+#include "tests/server/TestDatabase.h"
 #include "tests/server/TestWave.h"
 
 #include <QDate>
 #include <QDateTime>
 #include <QJsonDocument>
 #include <QSet>
-#include <QSqlDatabase>
 #include <QSqlQuery>
-#include <QTemporaryDir>
 #include <QTest>
 
 #include <zlib.h>
@@ -160,7 +159,7 @@ private:
     QVariant sql(const QString& statement);
     QVector<int> storedRows();
 
-    QTemporaryDir m_folder;
+    std::unique_ptr<TestDatabase> m_database;
     QString m_path;
     ServerProcess m_server;
     int m_practitioners = 0;
@@ -171,15 +170,13 @@ private:
 
 void TestServerApi::initTestCase()
 {
-    m_path = m_folder.filePath(QStringLiteral("store.sqlite"));
+    m_database = std::make_unique<TestDatabase>();
+    m_path = m_database->location();
     QVERIFY(ServerProcess::addPractitioner(m_path, QStringLiteral("anna"), QStringLiteral("geheim"),
                                            {QStringLiteral("--language"), QStringLiteral("ru"),
                                             QStringLiteral("--full-name"), QStringLiteral("Др. Анна")}));
     QVERIFY(m_server.start(m_path));
-    QSqlDatabase database = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"));
-    database.setDatabaseName(m_path);
-    database.setConnectOptions(QStringLiteral("QSQLITE_BUSY_TIMEOUT=20000"));
-    QVERIFY(database.open());
+    QVERIFY(m_database->connect());
 }
 
 void TestServerApi::init()
@@ -210,9 +207,8 @@ void TestServerApi::cleanup()
 void TestServerApi::cleanupTestCase()
 {
     m_client.reset();
-    QSqlDatabase::database().close();
-    QSqlDatabase::removeDatabase(QLatin1String(QSqlDatabase::defaultConnection));
     QCOMPARE(m_server.stop(SIGTERM), 0);
+    m_database.reset();
 }
 
 std::unique_ptr<ApiClient> TestServerApi::newClient()

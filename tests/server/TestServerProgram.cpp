@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "tests/server/ApiClient.h"
 #include "tests/server/ServerProcess.h"
+#include "tests/server/TestDatabase.h"
 #include "tests/server/TestWave.h"
 
 #include <QDir>
 #include <QFile>
 #include <QJsonArray>
-#include <QSqlDatabase>
 #include <QSqlQuery>
 #include <QTcpServer>
 #include <QTcpSocket>
@@ -43,6 +43,7 @@ class TestServerProgram : public QObject
 
 private slots:
     void init();
+    void cleanup();
 
     void helps();
     void tellsItsVersion();
@@ -73,16 +74,24 @@ private slots:
     void demoOfServersThatStartTogether();
 
 private:
-    QString database() const { return m_folder->filePath(QStringLiteral("store.sqlite")); }
+    QString database() const { return m_database->location(); }
     QString write(const QString& name, const QByteArray& content);
 
     std::unique_ptr<QTemporaryDir> m_folder;
+    std::unique_ptr<TestDatabase> m_database;
 };
 
 void TestServerProgram::init()
 {
     m_folder = std::make_unique<QTemporaryDir>();
     QVERIFY(m_folder->isValid());
+    m_database = std::make_unique<TestDatabase>();
+}
+
+void TestServerProgram::cleanup()
+{
+    m_database.reset();
+    m_folder.reset();
 }
 
 QString TestServerProgram::write(const QString& name, const QByteArray& content)
@@ -119,7 +128,7 @@ void TestServerProgram::refusesWrongOptions_data()
     QTest::newRow("unknown option") << QStringList{QStringLiteral("--port"), QStringLiteral("1")};
     QTest::newRow("no address") << QStringList{QStringLiteral("--listen"), QStringLiteral("here")};
     QTest::newRow("unknown command") << QStringList{QStringLiteral("serve")};
-    QTest::newRow("other engine") << QStringList{QStringLiteral("--database"), QStringLiteral("postgresql://x/y")};
+    QTest::newRow("other engine") << QStringList{QStringLiteral("--database"), QStringLiteral("mysql://x/y")};
 }
 
 void TestServerProgram::refusesWrongOptions()
@@ -187,14 +196,8 @@ void TestServerProgram::refusesDatabases()
 void TestServerProgram::refusesANewerSchema()
 {
     QVERIFY(ServerProcess::addPractitioner(database(), QStringLiteral("anna"), QStringLiteral("secret")));
-    {
-        QSqlDatabase opened = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), QStringLiteral("newer"));
-        opened.setDatabaseName(database());
-        QVERIFY(opened.open());
-        QSqlQuery query(opened);
-        QVERIFY(query.exec(QStringLiteral("INSERT INTO schema_version VALUES (1000, '2100-01-01')")));
-    }
-    QSqlDatabase::removeDatabase(QStringLiteral("newer"));
+    QVERIFY(m_database->connect());
+    QVERIFY(QSqlQuery().exec(QStringLiteral("INSERT INTO schema_version VALUES (1000, '2100-01-01')")));
     const auto outcome = ServerProcess::run(
         {QStringLiteral("--database"), database(), QStringLiteral("practitioner"), QStringLiteral("list")});
     QCOMPARE(outcome.exitCode, 1);
@@ -215,9 +218,10 @@ void TestServerProgram::usesTheDataFolder()
 
 void TestServerProgram::takesTheSchemeOfADatabase()
 {
-    QVERIFY(ServerProcess::addPractitioner(QStringLiteral("sqlite:") + database(), QStringLiteral("anna"),
+    const QString path = m_folder->filePath(QStringLiteral("named.sqlite"));
+    QVERIFY(ServerProcess::addPractitioner(QStringLiteral("sqlite:") + path, QStringLiteral("anna"),
                                            QStringLiteral("secret")));
-    QVERIFY(QFile::exists(database()));
+    QVERIFY(QFile::exists(path));
 }
 
 void TestServerProgram::addsPractitioners()

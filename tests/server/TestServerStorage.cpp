@@ -10,6 +10,7 @@
 #include "server/Recipes.h"
 #include "server/Records.h"
 #include "server/Secrets.h"
+#include "tests/server/TestDatabase.h"
 
 #include <QFile>
 #include <QSet>
@@ -71,6 +72,7 @@ private:
     int count(const QString& table);
 
     std::unique_ptr<QTemporaryDir> m_folder;
+    std::unique_ptr<TestDatabase> m_place;
     std::unique_ptr<Database> m_database;
 };
 
@@ -82,6 +84,7 @@ void TestServerStorage::initTestCase()
 void TestServerStorage::init()
 {
     m_folder = std::make_unique<QTemporaryDir>();
+    m_place = std::make_unique<TestDatabase>();
     m_database = open();
     QVERIFY(m_database);
 }
@@ -89,13 +92,14 @@ void TestServerStorage::init()
 void TestServerStorage::cleanup()
 {
     m_database.reset();
+    m_place.reset();
     m_folder.reset();
 }
 
 std::unique_ptr<Database> TestServerStorage::open()
 {
     QString error;
-    auto database = Database::open(m_folder->filePath(QStringLiteral("store.sqlite")), error);
+    auto database = Database::open(m_place->location(), error);
     if (!database)
         qWarning("%s", qPrintable(error));
     return database;
@@ -163,7 +167,7 @@ void TestServerStorage::refusesANewerSchema()
                     {Migrations::latest() + 1, QStringLiteral("2100-01-01T00:00:00.000Z")});
     m_database.reset();
     QString error;
-    QVERIFY(!Database::open(m_folder->filePath(QStringLiteral("store.sqlite")), error));
+    QVERIFY(!Database::open(m_place->location(), error));
     QVERIFY2(error.contains(QString::number(Migrations::latest() + 1)), qPrintable(error));
     QVERIFY2(error.contains(QLatin1String("newer")), qPrintable(error));
 }
@@ -185,17 +189,12 @@ void TestServerStorage::refusesWhatIsNoDatabase()
 
 void TestServerStorage::refusesTheDatabaseOfAnotherProgram()
 {
-    const QString path = m_folder->filePath(QStringLiteral("other.sqlite"));
-    {
-        QSqlDatabase other = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), QStringLiteral("other"));
-        other.setDatabaseName(path);
-        QVERIFY(other.open());
-        QSqlQuery query(other);
-        QVERIFY(query.exec(QStringLiteral("CREATE TABLE songs (title TEXT)")));
-    }
-    QSqlDatabase::removeDatabase(QStringLiteral("other"));
+    TestDatabase other;
+    QVERIFY(other.connect(QStringLiteral("other")));
+    QSqlQuery query(QSqlDatabase::database(QStringLiteral("other")));
+    QVERIFY(query.exec(QStringLiteral("CREATE TABLE songs (title TEXT)")));
     QString error;
-    QVERIFY(!Database::open(path, error));
+    QVERIFY(!Database::open(other.location(), error));
     QVERIFY2(error.contains(QLatin1String("another program")), qPrintable(error));
 }
 
@@ -210,6 +209,8 @@ void TestServerStorage::refusesWhereNothingCanBeWritten_data()
 void TestServerStorage::refusesWhereNothingCanBeWritten()
 {
     QFETCH(QString, path);
+    QFile file(m_folder->filePath(QStringLiteral("store.sqlite")));
+    QVERIFY(file.open(QIODevice::WriteOnly));
     QString error;
     QVERIFY(!Database::open(m_folder->filePath(path), error));
     QVERIFY(!error.isEmpty());
@@ -230,16 +231,19 @@ void TestServerStorage::makesFoldersAndKeepsTheData()
 
 void TestServerStorage::connectionsAreDurableAndChecked()
 {
-    std::thread([this] {
-        QSqlQuery mode = m_database->run(QStringLiteral("PRAGMA journal_mode"));
-        QVERIFY(mode.next());
-        QCOMPARE(mode.value(0).toString(), QStringLiteral("wal"));
-        QSqlQuery keys = m_database->run(QStringLiteral("PRAGMA foreign_keys"));
-        QVERIFY(keys.next());
-        QCOMPARE(keys.value(0).toInt(), 1);
-        QSqlQuery synchronous = m_database->run(QStringLiteral("PRAGMA synchronous"));
-        QVERIFY(synchronous.next());
-        QCOMPARE(synchronous.value(0).toInt(), 2);
+    const QStringList settings = TestDatabase::isPostgres()
+                                     ? QStringList{QStringLiteral("SHOW synchronous_commit"), QStringLiteral("on"),
+                                                   QStringLiteral("SHOW client_encoding"),    QStringLiteral("UTF8"),
+                                                   QStringLiteral("SHOW lock_timeout"),       QStringLiteral("15s")}
+                                     : QStringList{QStringLiteral("PRAGMA journal_mode"), QStringLiteral("wal"),
+                                                   QStringLiteral("PRAGMA foreign_keys"), QStringLiteral("1"),
+                                                   QStringLiteral("PRAGMA synchronous"),  QStringLiteral("2")};
+    std::thread([this, &settings] {
+        for (int i = 0; i < settings.size(); i += 2) {
+            QSqlQuery query = m_database->run(settings.at(i));
+            QVERIFY(query.next());
+            QCOMPARE(query.value(0).toString(), settings.at(i + 1));
+        }
     }).join();
     QVERIFY_EXCEPTION_THROWN(
         m_database->run(QStringLiteral("INSERT INTO recipes (record_id, duration, saved_at) VALUES ('x', 0, '')")),
@@ -607,7 +611,10 @@ void TestServerStorage::manyThreads()
                 Records records(*m_database, owner);
                 for (int i = 0; i < each; ++i) {
                     const QString id = patient(patients, QStringLiteral("P%1-%2").arg(t).arg(i)).id;
-                    if (!records.add(id, QByteArray(1000, char(t)), QString(), QDateTime::currentDateTimeUtc()))
+                    if (!m_database->attempt([&] {
+                            return records.add(id, QByteArray(1000, char(t)), QString(),
+                                               QDateTime::currentDateTimeUtc());
+                        }))
                         ++failures;
                     if (patients.list(PatientQuery()).rows.isEmpty())
                         ++failures;

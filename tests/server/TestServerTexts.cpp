@@ -265,7 +265,7 @@ void TestServerTexts::optionsThatAreWrong_data()
     QTest::newRow("bare IPv6") << QStringList{QStringLiteral("--listen"), QStringLiteral("::1:80")};
     QTest::newRow("empty database") << QStringList{QStringLiteral("--database"), QStringLiteral("")};
     QTest::newRow("empty scheme") << QStringList{QStringLiteral("--database"), QStringLiteral("sqlite:")};
-    QTest::newRow("other engine") << QStringList{QStringLiteral("--database"), QStringLiteral("postgresql://a@b/c")};
+    QTest::newRow("other engine") << QStringList{QStringLiteral("--database"), QStringLiteral("mysql://a@b/c")};
     QTest::newRow("in memory") << QStringList{QStringLiteral("--database"), QStringLiteral(":memory:")};
     QTest::newRow("unknown command") << QStringList{QStringLiteral("patient"), QStringLiteral("list")};
     QTest::newRow("half a command") << QStringList{QStringLiteral("practitioner")};

@@ -1,0 +1,171 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "server/PostgresDialect.h"
+
+#include <QRegularExpression>
+#include <QSqlDriver>
+#include <QSqlField>
+
+namespace server {
+
+namespace {
+
+// More different statements than the program has are those of lists of varying length.
+constexpr int maxPrepared = 200;
+
+// Any number serves, as long as every version of the program takes the same.
+constexpr int migrationLock = 18620;
+
+/// "$1", "$2" and so on for each "?" that is no part of a quoted text or name.
+QString numbered(const QString& statement)
+{
+    QString result;
+    result.reserve(statement.size() + 16);
+    QChar quote;
+    int number = 0;
+    for (const QChar c : statement) {
+        if (!quote.isNull()) {
+            if (c == quote)
+                quote = QChar();
+        } else if (c == QLatin1Char('\'') || c == QLatin1Char('"')) {
+            quote = c;
+        } else if (c == QLatin1Char('?')) {
+            result += QLatin1Char('$') + QString::number(++number);
+            continue;
+        }
+        result += c;
+    }
+    return result;
+}
+
+QString literal(const QSqlDriver& driver, const QVariant& value)
+{
+    // Truth is kept as 0 and 1, as SQLite keeps it.
+    const QVariant kept = value.userType() == QMetaType::Bool ? QVariant(value.toInt()) : value;
+    QSqlField field(QString(), kept.type());
+    field.setValue(kept);
+    return driver.formatValue(field);
+}
+
+DatabaseError::Kind kindOf(const QString& state)
+{
+    using Kind = DatabaseError::Kind;
+    const auto in = [&state](std::initializer_list<const char*> beginnings) {
+        return std::any_of(beginnings.begin(), beginnings.end(),
+                           [&state](const char* beginning) { return state.startsWith(QLatin1String(beginning)); });
+    };
+    // A serialization failure, a deadlock; a row that another transaction has added or removed since it was looked for.
+    if (in({"40001", "40P01", "23503", "23505"}))
+        return Kind::Conflict;
+    // Waiting for a lock, a statement that was cancelled, and what a machine runs out of.
+    if (in({"55P03", "57014", "53"}))
+        return Kind::Busy;
+    // The client library itself has no code to give. The others: the connection, a commit of unknown end, a server
+    // that stops or starts, one that has become a standby, and a session that was ended.
+    if (state.isEmpty() || in({"08", "40003", "57P", "25006", "25P03"}))
+        return Kind::Lost;
+    return Kind::Failed;
+}
+
+} // namespace
+
+PostgresDialect::PostgresDialect(const DatabaseAddress& address)
+    : m_address(address)
+{
+}
+
+QString PostgresDialect::provide() const
+{
+    if (!QSqlDatabase::isDriverAvailable(driver()))
+        return QStringLiteral("Qt's driver for PostgreSQL is not installed");
+    return QString();
+}
+
+void PostgresDialect::configure(QSqlDatabase& connection) const
+{
+    connection.setHostName(m_address.host);
+    connection.setPort(m_address.port);
+    connection.setUserName(m_address.user);
+    connection.setPassword(m_address.password);
+    connection.setDatabaseName(m_address.name);
+    connection.setConnectOptions(QStringLiteral("connect_timeout=5;application_name=quelmar-server"));
+}
+
+QString PostgresDialect::prepare(QSqlDatabase& connection) const
+{
+    QSqlQuery query(connection);
+    if (!query.exec(QStringLiteral("SELECT current_setting('server_encoding')")) || !query.next())
+        return error(query.lastError()).text();
+    if (query.value(0).toString() != QLatin1String("UTF8"))
+        return QStringLiteral("its encoding is %1, and has to be UTF8").arg(query.value(0).toString());
+    // Whoever runs the engine may have chosen a commit that is safer still, and only the unsafe one is replaced.
+    if (!query.exec(QStringLiteral("SET client_min_messages = error; SET bytea_output = hex; "
+                                   "SET lock_timeout = '15s'; "
+                                   "SELECT set_config('synchronous_commit', 'on', false) "
+                                   "WHERE current_setting('synchronous_commit') = 'off'")))
+        return error(query.lastError()).text();
+    return QString();
+}
+
+QString PostgresDialect::migrated(const QString& statement) const
+{
+    static const QRegularExpression text(QStringLiteral("\\bTEXT\\b"));
+    static const QRegularExpression real(QStringLiteral("\\bREAL\\b"));
+    return QString(statement)
+        .replace(QStringLiteral("{bytes}"), QStringLiteral("BYTEA"))
+        .replace(text, QStringLiteral("TEXT COLLATE \"C\""))
+        .replace(real, QStringLiteral("DOUBLE PRECISION"));
+}
+
+QString PostgresDialect::selectTables() const
+{
+    return QStringLiteral("SELECT tablename FROM pg_catalog.pg_tables WHERE schemaname = current_schema()");
+}
+
+QString PostgresDialect::begin() const
+{
+    return QStringLiteral("BEGIN ISOLATION LEVEL SERIALIZABLE");
+}
+
+QStringList PostgresDialect::beginMigration() const
+{
+    // In a serializable transaction what the one before has made would not be seen after the wait.
+    return {QStringLiteral("BEGIN ISOLATION LEVEL READ COMMITTED"),
+            QStringLiteral("SELECT pg_advisory_xact_lock(%1)").arg(migrationLock)};
+}
+
+bool PostgresDialect::run(QSqlQuery& query, const QSqlDatabase& connection, const QString& statement,
+                          const QVariantList& values, Prepared& prepared) const
+{
+    if (values.isEmpty())
+        return query.exec(statement);
+    // Qt's own way would prepare and forget a statement at each use, which is three messages in place of one.
+    if (!prepared.contains(statement)) {
+        if (prepared.size() >= maxPrepared) {
+            if (!query.exec(QStringLiteral("DEALLOCATE ALL")))
+                return false;
+            prepared.clear();
+        }
+        const QString name = QStringLiteral("quelmar%1").arg(prepared.size());
+        if (!query.exec(QStringLiteral("PREPARE %1 AS ").arg(name) + numbered(statement)))
+            return false;
+        prepared.insert(statement, name);
+    }
+    QStringList literals;
+    literals.reserve(values.size());
+    for (const QVariant& value : values)
+        literals.append(literal(*connection.driver(), value));
+    return query.exec(QStringLiteral("EXECUTE ") + prepared.value(statement) + QStringLiteral(" (") +
+                      literals.join(QStringLiteral(", ")) + QLatin1Char(')'));
+}
+
+DatabaseError PostgresDialect::error(const QSqlError& error) const
+{
+    const QString state = error.nativeErrorCode();
+    // Details, hints and the place in the statement stand in further lines, and may show values.
+    const QString line = error.databaseText().trimmed().section(QLatin1Char('\n'), 0, 0);
+    const bool aboutAValue = state.startsWith(QLatin1String("22"));
+    const QString text = aboutAValue ? QStringLiteral("a value was refused") : line;
+    return DatabaseError(state.isEmpty() ? text : QStringLiteral("%1 (%2)").arg(text, state), kindOf(state));
+}
+
+} // namespace server

@@ -1,0 +1,32 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "server/DatabaseAddress.h"
+#include "server/Dialect.h"
+
+namespace server {
+
+/// PostgreSQL. Transactions are serializable: the engine gives up one of two that would have read what the other
+/// changes, and the caller does it again.
+class PostgresDialect : public Dialect
+{
+public:
+    explicit PostgresDialect(const DatabaseAddress& address);
+
+    QString provide() const override;
+    QString driver() const override { return QStringLiteral("QPSQL"); }
+    void configure(QSqlDatabase& connection) const override;
+    QString prepare(QSqlDatabase& connection) const override;
+    QString migrated(const QString& statement) const override;
+    QString selectTables() const override;
+    QString begin() const override;
+    QStringList beginMigration() const override;
+    bool run(QSqlQuery& query, const QSqlDatabase& connection, const QString& statement, const QVariantList& values,
+             Prepared& prepared) const override;
+    DatabaseError error(const QSqlError& error) const override;
+
+private:
+    DatabaseAddress m_address;
+};
+
+} // namespace server
