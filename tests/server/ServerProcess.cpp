@@ -53,11 +53,21 @@ bool ServerProcess::addPractitioner(const QString& database, const QString& name
 
 bool ServerProcess::start(const QString& database, const QStringList& options)
 {
+    launch(database, options);
+    return waitUntilItListens();
+}
+
+void ServerProcess::launch(const QString& database, const QStringList& options)
+{
     m_output.clear();
     m_url.clear();
     m_process.start(program(), QStringList{QStringLiteral("--listen"), QStringLiteral("127.0.0.1:0"),
                                            QStringLiteral("--database"), database} +
                                    options);
+}
+
+bool ServerProcess::waitUntilItListens()
+{
     static const QRegularExpression line(QStringLiteral("^listening on (http://127\\.0\\.0\\.1:[1-9][0-9]*)$"),
                                          QRegularExpression::MultilineOption);
     QElapsedTimer waited;

@@ -27,6 +27,9 @@ public:
 
     /// Starts it on this database, and waits until it listens.
     bool start(const QString& database, const QStringList& options = {});
+    /// The two halves of start(), for several servers that start together.
+    void launch(const QString& database, const QStringList& options = {});
+    bool waitUntilItListens();
     /// Sends the signal and waits for the end. The exit code, or -1.
     int stop(int signal);
     /// Ends it without any chance to finish.
