@@ -44,6 +44,7 @@ private slots:
     void connectionsAreDurableAndChecked();
     void transactionsAreAllOrNothing();
     void partsOfATransaction();
+    void failedPartsCannotBeCommitted();
 
     void hashesPasswords();
     void keepsTokensAsHashesAlone();
@@ -291,6 +292,18 @@ void TestServerStorage::partsOfATransaction()
         QVERIFY_EXCEPTION_THROWN(whole.commit(), DatabaseError);
     }
     QCOMPARE(count(QStringLiteral("patients")), 2);
+}
+
+void TestServerStorage::failedPartsCannotBeCommitted()
+{
+    m_database->run(QStringLiteral("CREATE TABLE numbers (n INTEGER PRIMARY KEY)"));
+    {
+        Database::Transaction transaction(*m_database);
+        m_database->run(QStringLiteral("INSERT INTO numbers VALUES (1)"));
+        QVERIFY_EXCEPTION_THROWN(m_database->run(QStringLiteral("INSERT INTO numbers VALUES (1)")), DatabaseError);
+        QVERIFY_EXCEPTION_THROWN(transaction.commit(), DatabaseError);
+    }
+    QCOMPARE(count(QStringLiteral("numbers")), 0);
 }
 
 void TestServerStorage::hashesPasswords()

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "server/DatabaseAddress.h"
 #include "server/FormBody.h"
 #include "server/Messages.h"
 #include "server/Needle.h"
@@ -37,6 +38,10 @@ private slots:
     void optionsThatAreWrong_data();
     void optionsThatAreWrong();
     void optionsByDefault();
+    void databaseAddresses_data();
+    void databaseAddresses();
+    void databaseAddressesThatAreNone_data();
+    void databaseAddressesThatAreNone();
 };
 
 void TestServerTexts::form_data()
@@ -238,6 +243,8 @@ void TestServerTexts::options_data()
                          << "0.0.0.0" << 8080 << "/x/y.sqlite";
     QTest::newRow("scheme") << "--listen localhost:0 --database sqlite:data/y.db"
                             << "localhost" << 0 << "data/y.db";
+    QTest::newRow("PostgreSQL") << "--listen localhost:0 --database postgresql://u:p@h:1/n"
+                                << "localhost" << 0 << "postgresql://u:p@h:1/n";
     QTest::newRow("IPv6") << "--listen [::1]:65535 --database=a"
                           << "::1" << 65535 << "a";
 }
@@ -348,6 +355,94 @@ void TestServerTexts::optionsByDefault()
         QCOMPARE(paced.action, Options::Action::Serve);
         QCOMPARE(paced.simulateSeconds, seconds);
     }
+}
+
+void TestServerTexts::databaseAddresses_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<QString>("user");
+    QTest::addColumn<QString>("password");
+    QTest::addColumn<QString>("host");
+    QTest::addColumn<int>("port");
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<QString>("shown");
+    const auto row = [](const char* title, const char* text, const QString& user, const QString& password,
+                        const QString& host, int port, const QString& name, const QString& shown) {
+        QTest::newRow(title) << QString::fromUtf8(text) << user << password << host << port << name
+                             << QStringLiteral("postgresql://") + shown;
+    };
+    const auto s = [](const char* text) { return QString::fromUtf8(text); };
+    row("all", "postgresql://u:p@h:1234/n", s("u"), s("p"), s("h"), 1234, s("n"), s("u@h:1234/n"));
+    row("no port", "postgresql://u:p@h/n", s("u"), s("p"), s("h"), 5432, s("n"), s("u@h:5432/n"));
+    row("no password", "postgresql://u@h/n", s("u"), s(""), s("h"), 5432, s("n"), s("u@h:5432/n"));
+    row("empty password", "postgresql://u:@h/n", s("u"), s(""), s("h"), 5432, s("n"), s("u@h:5432/n"));
+    row("no user", "postgresql://h:1/n", s(""), s(""), s("h"), 1, s("n"), s("h:1/n"));
+    row("name alone", "postgresql:///n", s(""), s(""), s(""), 5432, s("n"), s(":5432/n"));
+    row("IPv6", "postgresql://u:p@[::1]:1/n", s("u"), s("p"), s("::1"), 1, s("n"), s("u@[::1]:1/n"));
+    row("IPv6 without a port", "postgresql://[fe80::1]/n", s(""), s(""), s("fe80::1"), 5432, s("n"),
+        s("[fe80::1]:5432/n"));
+    row("socket", "postgresql://u@%2Frun%2Fpostgresql/n", s("u"), s(""), s("/run/postgresql"), 5432, s("n"),
+        s("u@/run/postgresql:5432/n"));
+    row("encoded", "postgresql://%C3%A4%3A:%40%2F%25%3F@h/%23n", s("ä:"), s("@/%?"), s("h"), 5432, s("#n"),
+        s("ä:@h:5432/#n"));
+    row("colons and at signs", "postgresql://u:a:b@c@h/n", s("u"), s("a:b@c"), s("h"), 5432, s("n"), s("u@h:5432/n"));
+    row("plus is plus", "postgresql://u:a+b@h/n", s("u"), s("a+b"), s("h"), 5432, s("n"), s("u@h:5432/n"));
+}
+
+void TestServerTexts::databaseAddresses()
+{
+    QFETCH(QString, text);
+    const std::optional<DatabaseAddress> address = DatabaseAddress::parse(text);
+    QVERIFY(address);
+    QCOMPARE(address->engine, DatabaseAddress::Engine::Postgres);
+    QTEST(address->user, "user");
+    QTEST(address->password, "password");
+    QTEST(address->host, "host");
+    QTEST(address->port, "port");
+    QTEST(address->name, "name");
+    QTEST(address->shown(), "shown");
+    QCOMPARE(DatabaseAddress::parse(QStringLiteral("sqlite:/a b"))->shown(), QStringLiteral("/a b"));
+}
+
+void TestServerTexts::databaseAddressesThatAreNone_data()
+{
+    QTest::addColumn<QString>("text");
+    for (const char* text : {"postgresql://",
+                             "postgresql://h",
+                             "postgresql://u:p@h:1",
+                             "postgresql://h/",
+                             "postgresql://h/a/b",
+                             "postgresql://h:/n",
+                             "postgresql://h:0/n",
+                             "postgresql://h:65536/n",
+                             "postgresql://h:x/n",
+                             "postgresql://h:-1/n",
+                             "postgresql://::1/n",
+                             "postgresql://[::1/n",
+                             "postgresql://[]/n",
+                             "postgresql://[::1]x/n",
+                             "postgresql://h/n?sslmode=require",
+                             "postgresql://h/n#x",
+                             "postgresql://u:%@h/n",
+                             "postgresql://u:%ff@h/n",
+                             "postgresql://u:%00@h/n",
+                             "postgresql://h/%zz",
+                             "postgres://u:p@h/n",
+                             "POSTGRESQL://h/n",
+                             "mysql://h/n",
+                             "http://h/n",
+                             "sqlite:",
+                             "sqlite::memory:",
+                             ":memory:",
+                             ""})
+        QTest::newRow(text) << QString::fromLatin1(text);
+}
+
+void TestServerTexts::databaseAddressesThatAreNone()
+{
+    QFETCH(QString, text);
+    QVERIFY(!DatabaseAddress::parse(text));
+    QVERIFY(!DatabaseAddress::masked(QStringLiteral("not \"%1\"").arg(text)).contains(QLatin1String("/n")));
 }
 
 QTEST_GUILESS_MAIN(TestServerTexts)
