@@ -7,25 +7,21 @@
 
 #include <QSqlError>
 
-#include <algorithm>
 #include <atomic>
-#include <chrono>
 #include <map>
 #include <optional>
-#include <random>
-#include <thread>
 
 namespace server {
 
 namespace {
 
-constexpr int maxAttempts = 12;
-constexpr int longestPauseMs = 250;
+constexpr int maxAttempts = 8;
 
 /// What is known of a store's connection of one thread.
 struct Connection
 {
     bool open = false;
+    bool alone = false; ///< transactions are to be
     bool inTransaction = false;
     bool committable = true; ///< of the open transaction: nothing in it has failed or was given up
     bool lost = false;       ///< the open transaction has gone with its connection
@@ -75,7 +71,8 @@ Database::Transaction::Transaction(Database& database, bool migrates)
     if (!m_outer)
         return;
     const QStringList statements =
-        migrates ? m_database.m_dialect->beginMigration() : QStringList{m_database.m_dialect->begin()};
+        migrates ? m_database.m_dialect->beginMigration()
+                 : QStringList{m_database.m_dialect->begin(connections()[m_database.connectionName()].alone)};
     m_database.run(statements.first());
     Connection& state = connections()[m_database.connectionName()];
     state.inTransaction = true;
@@ -248,16 +245,25 @@ void Database::close()
     QSqlDatabase::removeDatabase(connectionName());
 }
 
-bool Database::waitToRepeat(const DatabaseError& error, int count)
+Database::Attempt::Attempt(Database& database, int count)
+    : m_database(database)
+    , m_count(count)
 {
-    if (error.kind() != DatabaseError::Kind::Conflict || count >= maxAttempts ||
-        connections()[connectionName()].inTransaction)
-        return false;
-    // Of different lengths, so that the same two do not meet again.
-    thread_local std::mt19937 random{std::random_device{}()};
-    std::uniform_int_distribution<int> pause(0, std::min(1 << count, longestPauseMs));
-    std::this_thread::sleep_for(std::chrono::milliseconds(pause(random)));
-    return true;
+    Connection& used = connections()[m_database.connectionName()];
+    m_alone = used.alone;
+    used.alone = m_alone || count > 1;
+}
+
+Database::Attempt::~Attempt()
+{
+    connections()[m_database.connectionName()].alone = m_alone;
+}
+
+bool Database::Attempt::mayBeRepeated(const DatabaseError& error) const
+{
+    // Within a transaction the whole of it has failed, and is for its owner to do again.
+    return error.kind() == DatabaseError::Kind::Conflict && m_count < maxAttempts &&
+           !connections()[m_database.connectionName()].inTransaction;
 }
 
 } // namespace server

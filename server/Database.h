@@ -66,10 +66,11 @@ public:
     template <typename Work> auto attempt(const Work& work)
     {
         for (int count = 1;; ++count) {
+            const Attempt current(*this, count);
             try {
                 return work();
             } catch (const DatabaseError& error) {
-                if (!waitToRepeat(error, count))
+                if (!current.mayBeRepeated(error))
                     throw;
             }
         }
@@ -81,6 +82,23 @@ public:
     QString migrated(const QString& statement) const;
 
 private:
+    /// One of several, from the second on with transactions that are alone.
+    class Attempt
+    {
+    public:
+        Attempt(Database& database, int count);
+        ~Attempt();
+        Attempt(const Attempt&) = delete;
+        Attempt& operator=(const Attempt&) = delete;
+
+        bool mayBeRepeated(const DatabaseError& error) const;
+
+    private:
+        Database& m_database;
+        int m_count;
+        bool m_alone; ///< what was so before
+    };
+
     explicit Database(std::unique_ptr<Dialect> dialect);
 
     /// Of the connection of this thread.
@@ -88,7 +106,6 @@ private:
     QSqlDatabase connection();
     void close();
     void rollback();
-    bool waitToRepeat(const DatabaseError& error, int count);
 
     std::unique_ptr<Dialect> m_dialect;
     /// Begins the names of this store's connections.

@@ -47,8 +47,9 @@ public:
     /// Selects the names of all tables that are in the way of ours, or are ours.
     virtual QString selectTables() const = 0;
 
-    /// Starts a transaction that will write, and in which nothing changes that it has read.
-    virtual QString begin() const = 0;
+    /// Starts a transaction that will write, and in which nothing changes that it has read. If it is to be alone, it
+    /// waits for the others that write, and they for it: then none of them is in its way.
+    virtual QString begin(bool alone) const = 0;
     /// Starts a transaction that changes the tables, once no other one does, on this or another machine.
     virtual QStringList beginMigration() const = 0;
 

@@ -121,9 +121,12 @@ QString PostgresDialect::selectTables() const
     return QStringLiteral("SELECT tablename FROM pg_catalog.pg_tables WHERE schemaname = current_schema()");
 }
 
-QString PostgresDialect::begin() const
+QString PostgresDialect::begin(bool alone) const
 {
-    return QStringLiteral("BEGIN ISOLATION LEVEL SERIALIZABLE");
+    // What the transaction sees is settled by its first statement other than a LOCK, which is after the wait. The table
+    // stands for all: nobody writes to it, and reading it takes no part in these locks.
+    return QStringLiteral("BEGIN ISOLATION LEVEL SERIALIZABLE; LOCK TABLE schema_version IN %1 MODE")
+        .arg(alone ? QStringLiteral("SHARE ROW EXCLUSIVE") : QStringLiteral("ROW EXCLUSIVE"));
 }
 
 QStringList PostgresDialect::beginMigration() const

@@ -7,7 +7,8 @@
 namespace server {
 
 /// PostgreSQL. Transactions are serializable: the engine gives up one of two that would have read what the other
-/// changes, and the caller does it again.
+/// changes, and the caller does it again. As long as tables are small it suspects much more than it needs to, so that
+/// what is done again keeps the others away meanwhile.
 class PostgresDialect : public Dialect
 {
 public:
@@ -19,7 +20,7 @@ public:
     QString prepare(QSqlDatabase& connection) const override;
     QString migrated(const QString& statement) const override;
     QString selectTables() const override;
-    QString begin() const override;
+    QString begin(bool alone) const override;
     QStringList beginMigration() const override;
     bool run(QSqlQuery& query, const QSqlDatabase& connection, const QString& statement, const QVariantList& values,
              Prepared& prepared) const override;

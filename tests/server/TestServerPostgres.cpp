@@ -72,6 +72,7 @@ private slots:
 
     void transactionsSeeOneState();
     void conflictsAreRepeated();
+    void repetitionsKeepOthersAway();
     void conflictsWithinATransactionAreNot();
     void anotherMayTakeTheSame();
     void deadlocksEnd();
@@ -415,6 +416,46 @@ void TestServerPostgres::conflictsAreRepeated()
     QCOMPARE(count(QStringLiteral("numbers")), 22);
     QCOMPARE(value(QStringLiteral("SELECT COUNT(DISTINCT n) FROM numbers")).toInt(), 22);
     QCOMPARE(value(QStringLiteral("SELECT MAX(n) FROM numbers")).toInt(), 22);
+}
+
+void TestServerPostgres::repetitionsKeepOthersAway()
+{
+    m_database->run(QStringLiteral("CREATE TABLE numbers (n INTEGER)"));
+    const auto write = [this] {
+        Database::Transaction transaction(*m_database);
+        m_database->run(QStringLiteral("INSERT INTO numbers (n) VALUES (?)"), {1});
+        transaction.commit();
+    };
+    std::atomic<bool> waited{false};
+    std::thread other;
+    int rounds = 0;
+    m_database->attempt([&] {
+        Database::Transaction transaction(*m_database);
+        if (++rounds == 1)
+            throw DatabaseError(QStringLiteral("conflict"), DatabaseError::Kind::Conflict);
+        other = std::thread([&] {
+            m_database->run(QStringLiteral("SET lock_timeout = '50ms'"));
+            try {
+                write();
+            } catch (const DatabaseError& error) {
+                waited = error.kind() == DatabaseError::Kind::Busy;
+            }
+            // Reading needs no turn.
+            count(QStringLiteral("numbers"));
+        });
+        other.join();
+        transaction.commit();
+    });
+    QCOMPARE(rounds, 2);
+    QVERIFY(waited);
+    QCOMPARE(count(QStringLiteral("numbers")), 0);
+
+    // Others are not kept away by a first attempt, nor by what follows.
+    Database::Transaction transaction(*m_database);
+    m_database->run(QStringLiteral("SELECT 1"));
+    std::thread(write).join();
+    transaction.commit();
+    QCOMPARE(count(QStringLiteral("numbers")), 1);
 }
 
 void TestServerPostgres::conflictsWithinATransactionAreNot()

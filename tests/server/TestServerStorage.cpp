@@ -234,8 +234,7 @@ void TestServerStorage::connectionsAreDurableAndChecked()
 {
     const QStringList settings = TestDatabase::isPostgres()
                                      ? QStringList{QStringLiteral("SHOW synchronous_commit"), QStringLiteral("on"),
-                                                   QStringLiteral("SHOW client_encoding"),    QStringLiteral("UTF8"),
-                                                   QStringLiteral("SHOW lock_timeout"),       QStringLiteral("15s")}
+                                                   QStringLiteral("SHOW lock_timeout"), QStringLiteral("15s")}
                                      : QStringList{QStringLiteral("PRAGMA journal_mode"), QStringLiteral("wal"),
                                                    QStringLiteral("PRAGMA foreign_keys"), QStringLiteral("1"),
                                                    QStringLiteral("PRAGMA synchronous"),  QStringLiteral("2")};
