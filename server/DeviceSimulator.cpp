@@ -79,7 +79,7 @@ void DeviceSimulator::run()
     while (!m_stopping) {
         lock.unlock();
         try {
-            work(QDateTime::currentDateTimeUtc());
+            m_database.attempt([this] { work(QDateTime::currentDateTimeUtc()); });
             failing = false;
         } catch (const std::exception& error) {
             // Not five times a second while it lasts.

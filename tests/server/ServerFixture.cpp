@@ -8,20 +8,10 @@
 
 #include <csignal>
 
-ServerFixture::~ServerFixture()
-{
-    if (QSqlDatabase::contains())
-        QSqlDatabase::removeDatabase(QLatin1String(QSqlDatabase::defaultConnection));
-}
-
 bool ServerFixture::start()
 {
-    if (!m_server.start(path()))
-        return false;
-    QSqlDatabase database = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"));
-    database.setDatabaseName(path());
-    database.setConnectOptions(QStringLiteral("QSQLITE_BUSY_TIMEOUT=20000"));
-    return database.open();
+    m_database = std::make_unique<TestDatabase>();
+    return m_server.start(path()) && m_database->connect();
 }
 
 bool ServerFixture::restart()
@@ -31,8 +21,9 @@ bool ServerFixture::restart()
 
 bool ServerFixture::stop()
 {
-    QSqlDatabase::database().close();
-    return m_server.stop(SIGTERM) == 0;
+    const bool ended = m_server.stop(SIGTERM) == 0;
+    m_database.reset();
+    return ended;
 }
 
 std::unique_ptr<ApiClient> ServerFixture::newClient()
@@ -75,10 +66,12 @@ QString ServerFixture::newRecord(ApiClient& client, const QString& patientId, co
 QVariant ServerFixture::sql(const QString& statement, const QVariantList& values)
 {
     QSqlQuery query;
-    query.prepare(statement);
+    // PostgreSQL prepares no changes of its tables.
+    if (!values.isEmpty())
+        query.prepare(statement);
     for (const QVariant& value : values)
         query.addBindValue(value);
-    if (!query.exec()) {
+    if (!(values.isEmpty() ? query.exec(statement) : query.exec())) {
         qWarning("%s", qPrintable(query.lastError().text()));
         return QVariant();
     }

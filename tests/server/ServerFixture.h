@@ -3,9 +3,8 @@
 
 #include "tests/server/ApiClient.h"
 #include "tests/server/ServerProcess.h"
+#include "tests/server/TestDatabase.h"
 
-#include <QSqlDatabase>
-#include <QTemporaryDir>
 #include <QVariant>
 
 #include <memory>
@@ -15,10 +14,10 @@ class ServerFixture
 {
 public:
     ServerFixture() = default;
-    ~ServerFixture();
     ServerFixture(const ServerFixture&) = delete;
     ServerFixture& operator=(const ServerFixture&) = delete;
 
+    /// On an empty database, of the engine that the program is run for.
     bool start();
     /// Ends the server as its user would, and starts it again on the same database. Clients of before have to be told
     /// the new address: newClient() and sameClient() do.
@@ -27,7 +26,8 @@ public:
     bool stop();
 
     ServerProcess& process() { return m_server; }
-    QString path() const { return m_folder.filePath(QStringLiteral("store.sqlite")); }
+    /// As --database takes it.
+    QString path() const { return m_database->location(); }
 
     /// A practitioner of its own, logged in; null on failure.
     std::unique_ptr<ApiClient> newClient();
@@ -46,7 +46,7 @@ public:
     QStringList rows(const QString& table);
 
 private:
-    QTemporaryDir m_folder;
+    std::unique_ptr<TestDatabase> m_database;
     ServerProcess m_server;
     int m_practitioners = 0;
 };

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "tests/server/ApiClient.h"
 #include "tests/server/ServerProcess.h"
+#include "tests/server/TestDatabase.h"
 
 #include <QFile>
 #include <QJsonDocument>
-#include <QSqlDatabase>
 #include <QSqlQuery>
 #include <QTemporaryDir>
 #include <QTest>
@@ -92,6 +92,7 @@ private:
     QVariant sql(const QString& statement);
 
     QTemporaryDir m_folder;
+    std::unique_ptr<TestDatabase> m_database;
     QString m_path;
     ServerProcess m_server;
     int m_practitioners = 0;
@@ -103,12 +104,10 @@ private:
 
 void TestServerAccounts::initTestCase()
 {
-    m_path = m_folder.filePath(QStringLiteral("store.sqlite"));
+    m_database = std::make_unique<TestDatabase>();
+    m_path = m_database->location();
     QVERIFY(m_server.start(m_path));
-    QSqlDatabase database = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"));
-    database.setDatabaseName(m_path);
-    database.setConnectOptions(QStringLiteral("QSQLITE_BUSY_TIMEOUT=20000"));
-    QVERIFY(database.open());
+    QVERIFY(m_database->connect());
 }
 
 void TestServerAccounts::init()
@@ -137,9 +136,8 @@ void TestServerAccounts::cleanup()
 void TestServerAccounts::cleanupTestCase()
 {
     m_client.reset();
-    QSqlDatabase::database().close();
-    QSqlDatabase::removeDatabase(QLatin1String(QSqlDatabase::defaultConnection));
     QCOMPARE(m_server.stop(SIGTERM), 0);
+    m_database.reset();
 }
 
 std::unique_ptr<ApiClient> TestServerAccounts::login(const QString& password)
@@ -613,7 +611,8 @@ void TestServerAccounts::updatesRefuses()
 
 void TestServerAccounts::survivesARestart()
 {
-    const QString path = m_folder.filePath(QStringLiteral("restarted.sqlite"));
+    const TestDatabase restarted;
+    const QString path = restarted.location();
     QVERIFY(ServerProcess::addPractitioner(path, QStringLiteral("anna"), QStringLiteral("secret")));
     QByteArray token;
     {

@@ -5,6 +5,7 @@
 #include "server/Spectrum.h"
 
 #include "tests/server/ServerFixture.h"
+#include "tests/server/TestDatabase.h"
 #include "tests/server/TestWave.h"
 
 #include <QDateTime>
@@ -851,13 +852,17 @@ void TestServerAnalysis::computesAnewForAnotherCatalogue()
 void TestServerAnalysis::computesAnewWhatIsBroken_data()
 {
     QTest::addColumn<QString>("change");
-    QTest::newRow("empty") << "x''";
-    QTest::newRow("zeros") << "zeroblob(length(result))";
-    QTest::newRow("cut") << "substr(result, 1, 100)";
-    QTest::newRow("last byte") << "CAST(substr(result, 1, length(result) - 1) || x'00' || x'00' AS BLOB)";
-    QTest::newRow("text") << "'result'";
-    QTest::newRow("number") << "5";
-    QTest::newRow("large") << "zeroblob(5000000)";
+    const auto row = [](const char* name, const char* onSqlite, const char* onPostgres) {
+        QTest::newRow(name) << QString::fromLatin1(TestDatabase::isPostgres() ? onPostgres : onSqlite);
+    };
+    row("empty", "x''", "''");
+    row("zeros", "zeroblob(length(result))", "decode(repeat('00', length(result)), 'hex')");
+    row("cut", "substr(result, 1, 100)", "substr(result, 1, 100)");
+    row("last byte", "CAST(substr(result, 1, length(result) - 1) || x'00' || x'00' AS BLOB)",
+        "substr(result, 1, length(result) - 1) || decode('0000', 'hex')");
+    row("text", "'result'", "'result'");
+    row("number", "5", "'5'");
+    row("large", "zeroblob(5000000)", "decode(repeat('00', 5000000), 'hex')");
 }
 
 void TestServerAnalysis::computesAnewWhatIsBroken()

@@ -4,6 +4,7 @@
 #include "server/WaveFile.h"
 #include "tests/server/ApiClient.h"
 #include "tests/server/ServerProcess.h"
+#include "tests/server/TestDatabase.h"
 #include "tests/server/TestWave.h"
 
 #include <QDateTime>
@@ -141,23 +142,14 @@ public:
     {
     }
 
-    ~Practice()
-    {
-        QSqlDatabase::database(m_connection, false).close();
-        QSqlDatabase::removeDatabase(m_connection);
-    }
-
     bool open(const QStringList& options = {})
     {
-        m_path = m_folder.filePath(QStringLiteral("store.sqlite"));
+        m_path = m_database.location();
         if (!ServerProcess::addPractitioner(m_path, QStringLiteral("anna"), QStringLiteral("secret")) ||
             !start(options) || client->login(QStringLiteral("anna"), QStringLiteral("secret")).status != 200)
             return false;
         m_token = client->token;
-        QSqlDatabase database = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), m_connection);
-        database.setDatabaseName(m_path);
-        database.setConnectOptions(QStringLiteral("QSQLITE_BUSY_TIMEOUT=20000"));
-        return database.open();
+        return m_database.connect(m_connection);
     }
 
     /// Also after the end of the process; the session goes on.
@@ -213,20 +205,25 @@ public:
     QVariant sql(const QString& statement, const QVariantList& values = {})
     {
         QSqlQuery query(QSqlDatabase::database(m_connection));
-        query.prepare(statement);
+        // PostgreSQL prepares no changes of its tables.
+        if (!values.isEmpty())
+            query.prepare(statement);
         for (const QVariant& value : values)
             query.addBindValue(value);
-        if (!query.exec())
+        if (!(values.isEmpty() ? query.exec(statement) : query.exec()))
             return QVariant();
         return query.next() ? query.value(0) : QVariant(0);
     }
 
+private:
+    TestDatabase m_database; ///< the last to go
+
+public:
     std::unique_ptr<ServerProcess> server;
     std::unique_ptr<ApiClient> client;
 
 private:
     QString m_connection;
-    QTemporaryDir m_folder;
     QString m_path;
     QByteArray m_token;
 };
@@ -1242,8 +1239,13 @@ void TestServerDevices::simulationOutlivesAFailure()
     QVERIFY(practice.open(
         {QStringLiteral("--simulate-devices"), QStringLiteral("--simulate-seconds"), QStringLiteral("0")}));
     const QString patient = practice.boundPatient(QStringLiteral("Q-1"));
-    practice.sql(QStringLiteral("CREATE TRIGGER broken BEFORE INSERT ON records BEGIN SELECT RAISE(ABORT, 'broken'); "
-                                "END"));
+    const bool postgres = TestDatabase::isPostgres();
+    practice.sql(postgres ? QStringLiteral("CREATE FUNCTION fail() RETURNS trigger LANGUAGE plpgsql AS "
+                                           "'BEGIN RAISE EXCEPTION ''broken''; END'; "
+                                           "CREATE TRIGGER broken BEFORE INSERT ON records "
+                                           "FOR EACH ROW EXECUTE FUNCTION fail()")
+                          : QStringLiteral("CREATE TRIGGER broken BEFORE INSERT ON records "
+                                           "BEGIN SELECT RAISE(ABORT, 'broken'); END"));
     QCOMPARE(practice.client->post(commandPath, order(patient, QStringLiteral("RECORD"))).status, 200);
     QByteArray errors;
     QTRY_VERIFY_WITH_TIMEOUT((errors += practice.server->errors()).contains("broken"), patience);
@@ -1252,7 +1254,7 @@ void TestServerDevices::simulationOutlivesAFailure()
     QTest::qWait(1000);
     // Neither the record nor the command is half done.
     QCOMPARE(practice.state(patient), ordered(QStringLiteral("RECORD")));
-    practice.sql(QStringLiteral("DROP TRIGGER broken"));
+    practice.sql(QStringLiteral("DROP TRIGGER broken") + (postgres ? QStringLiteral(" ON records") : QString()));
     QTRY_COMPARE_WITH_TIMEOUT(practice.state(patient), ordered(QStringLiteral("RECORD"), true), patience);
     QCOMPARE(practice.records(patient).size(), 1);
     errors += practice.server->errors();

@@ -9,12 +9,12 @@
 #include "server/Records.h"
 #include "server/Secrets.h"
 
+#include "tests/server/TestDatabase.h"
 #include "tests/server/TestWave.h"
 
 #include <QSqlDatabase>
 #include <QSqlError>
 #include <QSqlQuery>
-#include <QTemporaryDir>
 #include <QTest>
 
 using namespace server;
@@ -40,7 +40,7 @@ const char* const firstVersion[] = {
     "CREATE INDEX patients_by_record ON patients (practitioner_id, last_record_at, id)",
     "CREATE INDEX patients_by_notes ON patients (practitioner_id, notes_key, id)",
     "CREATE TABLE records (id TEXT NOT NULL PRIMARY KEY, patient_id TEXT NOT NULL REFERENCES patients (id) ON DELETE "
-    "CASCADE, recorded_at TEXT NOT NULL, sensor_id TEXT NOT NULL, wave BLOB NOT NULL)",
+    "CASCADE, recorded_at TEXT NOT NULL, sensor_id TEXT NOT NULL, wave {bytes} NOT NULL)",
     "CREATE INDEX records_by_patient ON records (patient_id, recorded_at, id)",
     "CREATE TABLE recipes (record_id TEXT NOT NULL PRIMARY KEY REFERENCES records (id) ON DELETE CASCADE, duration "
     "INTEGER NOT NULL, saved_at TEXT NOT NULL)",
@@ -49,6 +49,7 @@ const char* const firstVersion[] = {
     "INSERT INTO practitioners VALUES ('o', 'anna', 'Dr. Anna', 'hash', 'en', 'US', '2026-01-01T00:00:00.000Z')",
     "INSERT INTO patients VALUES ('p', 'o', 'Bo', '1980-05-17', 'MALE', '', '', 'bo', '', '00', '', "
     "'2026-01-02T00:00:00.000Z', '2026-01-01T00:00:00.000Z')",
+    "INSERT INTO records VALUES ('r', 'p', '2026-01-02T00:00:00.000Z', 'S1', '')",
     "INSERT INTO recipes VALUES ('r', 7, '2026-01-03T00:00:00.000Z')",
     "INSERT INTO recipe_markers VALUES ('r', 0, 'note-a4')",
 };
@@ -72,20 +73,19 @@ void TestServerMigrations::initTestCase()
 
 void TestServerMigrations::bringsTheFirstVersionUpToDate()
 {
-    QTemporaryDir folder;
-    const QString path = folder.filePath(QStringLiteral("store.sqlite"));
+    TestDatabase place;
+    const QString path = place.location();
     {
-        QSqlDatabase old = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"));
-        old.setDatabaseName(path);
-        QVERIFY(old.open());
+        QVERIFY(place.connect());
         QSqlQuery query;
+        const QString bytes = TestDatabase::isPostgres() ? QStringLiteral("BYTEA") : QStringLiteral("BLOB");
         for (const char* statement : firstVersion)
-            QVERIFY2(query.exec(QLatin1String(statement)), qPrintable(query.lastError().text()));
-        query.prepare(QStringLiteral("INSERT INTO records VALUES ('r', 'p', '2026-01-02T00:00:00.000Z', 'S1', ?)"));
+            QVERIFY2(query.exec(QString::fromLatin1(statement).replace(QStringLiteral("{bytes}"), bytes)),
+                     qPrintable(query.lastError().text()));
+        query.prepare(QStringLiteral("UPDATE records SET wave = ?"));
         query.addBindValue(testWave(440));
         QVERIFY(query.exec());
     }
-    QSqlDatabase::removeDatabase(QLatin1String(QSqlDatabase::defaultConnection));
 
     const QString practitioner = QStringLiteral("o");
     const QString patient = QStringLiteral("p");
