@@ -70,9 +70,9 @@ Database::Transaction::Transaction(Database& database, bool migrates)
     m_outer = !connections()[m_database.connectionName()].inTransaction;
     if (!m_outer)
         return;
-    const QStringList statements =
-        migrates ? m_database.m_dialect->beginMigration()
-                 : QStringList{m_database.m_dialect->begin(connections()[m_database.connectionName()].alone)};
+    const QStringList statements = migrates
+                                       ? m_database.m_dialect->beginMigration()
+                                       : m_database.m_dialect->begin(connections()[m_database.connectionName()].alone);
     m_database.run(statements.first());
     Connection& state = connections()[m_database.connectionName()];
     state.inTransaction = true;

@@ -8,6 +8,7 @@
 #include <QSqlError>
 #include <QSqlQuery>
 #include <QString>
+#include <QStringList>
 #include <QVariant>
 
 #include <memory>
@@ -49,7 +50,7 @@ public:
 
     /// Starts a transaction that will write, and in which nothing changes that it has read. If it is to be alone, it
     /// waits for the others that write, and they for it: then none of them is in its way.
-    virtual QString begin(bool alone) const = 0;
+    virtual QStringList begin(bool alone) const = 0;
     /// Starts a transaction that changes the tables, once no other one does, on this or another machine.
     virtual QStringList beginMigration() const = 0;
 

@@ -5,6 +5,9 @@
 #include <QSqlDriver>
 #include <QSqlField>
 
+#include <algorithm>
+#include <initializer_list>
+
 namespace server {
 
 namespace {
@@ -97,12 +100,14 @@ QString PostgresDialect::prepare(QSqlDatabase& connection) const
         return error(query.lastError()).text();
     if (query.value(0).toString() != QLatin1String("UTF8"))
         return QStringLiteral("its encoding is %1, and has to be UTF8").arg(query.value(0).toString());
-    // Whoever runs the engine may have chosen a commit that is safer still, and only the unsafe one is replaced.
-    if (!query.exec(QStringLiteral("SET client_min_messages = error; SET bytea_output = hex; "
-                                   "SET lock_timeout = '15s'; "
-                                   "SELECT set_config('synchronous_commit', 'on', false) "
-                                   "WHERE current_setting('synchronous_commit') = 'off'")))
-        return error(query.lastError()).text();
+    // One at a time: of several in one text Qt reports the failure of the first alone. Whoever runs the engine may have
+    // chosen a commit that is safer still, and only the unsafe one is replaced.
+    for (const auto* statement :
+         {"SET client_min_messages = error", "SET bytea_output = hex", "SET lock_timeout = '15s'",
+          "SELECT set_config('synchronous_commit', 'on', false) WHERE current_setting('synchronous_commit') = 'off'"}) {
+        if (!query.exec(QLatin1String(statement)))
+            return error(query.lastError()).text();
+    }
     return QString();
 }
 
@@ -121,12 +126,13 @@ QString PostgresDialect::selectTables() const
     return QStringLiteral("SELECT tablename FROM pg_catalog.pg_tables WHERE schemaname = current_schema()");
 }
 
-QString PostgresDialect::begin(bool alone) const
+QStringList PostgresDialect::begin(bool alone) const
 {
     // What the transaction sees is settled by its first statement other than a LOCK, which is after the wait. The table
     // stands for all: nobody writes to it, and reading it takes no part in these locks.
-    return QStringLiteral("BEGIN ISOLATION LEVEL SERIALIZABLE; LOCK TABLE schema_version IN %1 MODE")
-        .arg(alone ? QStringLiteral("SHARE ROW EXCLUSIVE") : QStringLiteral("ROW EXCLUSIVE"));
+    return {QStringLiteral("BEGIN ISOLATION LEVEL SERIALIZABLE"),
+            QStringLiteral("LOCK TABLE schema_version IN %1 MODE")
+                .arg(alone ? QStringLiteral("SHARE ROW EXCLUSIVE") : QStringLiteral("ROW EXCLUSIVE"))};
 }
 
 QStringList PostgresDialect::beginMigration() const

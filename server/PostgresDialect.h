@@ -20,7 +20,7 @@ public:
     QString prepare(QSqlDatabase& connection) const override;
     QString migrated(const QString& statement) const override;
     QString selectTables() const override;
-    QString begin(bool alone) const override;
+    QStringList begin(bool alone) const override;
     QStringList beginMigration() const override;
     bool run(QSqlQuery& query, const QSqlDatabase& connection, const QString& statement, const QVariantList& values,
              Prepared& prepared) const override;

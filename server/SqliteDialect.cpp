@@ -71,15 +71,15 @@ QString SqliteDialect::selectTables() const
     return QStringLiteral("SELECT name FROM sqlite_master WHERE type = 'table'");
 }
 
-QString SqliteDialect::begin(bool) const
+QStringList SqliteDialect::begin(bool) const
 {
     // It waits for other writers now, and not in its middle: each is alone.
-    return QStringLiteral("BEGIN IMMEDIATE");
+    return {QStringLiteral("BEGIN IMMEDIATE")};
 }
 
 QStringList SqliteDialect::beginMigration() const
 {
-    return {begin(true)};
+    return begin(true);
 }
 
 bool SqliteDialect::run(QSqlQuery& query, const QSqlDatabase&, const QString& statement, const QVariantList& values,
