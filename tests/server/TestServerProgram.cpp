@@ -493,7 +493,8 @@ void TestServerProgram::demo()
 void TestServerProgram::demoOfServersThatStartTogether()
 {
     for (int round = 0; round < 3; ++round) {
-        const QString path = database() + QString::number(round);
+        const TestDatabase fresh;
+        const QString path = fresh.location();
         std::atomic<int> started{0};
         std::vector<std::thread> starts;
         for (int i = 0; i < 5; ++i)
