@@ -18,14 +18,14 @@ void ProgressBar::reset()
     length = 0;
     position = 0;
     update();
-    points.clear();
+    clearTrace();
 }
 
 void ProgressBar::bufferLengthChanged(qlonglong newLength)
 {
     length = newLength;
     position = 0;
-    points.clear();
+    clearTrace();
     repaint();
 }
 
@@ -53,15 +53,40 @@ void ProgressBar::paintEvent(QPaintEvent*)
     QT_WARNING_PUSH
     QT_WARNING_DISABLE_DEPRECATED
     const QMatrix matrix(w / static_cast<double>(length), 0, 0, -h / 255.0, 0, h * 0.5);
-    // Only what came since the last paint is mapped: a repaint for each audio buffer has to be cheap.
+    // Only what came since the last paint is mapped and drawn: a repaint for each audio buffer has to be cheap.
     points.reserve(bytes->size());
     for (int i = points.size(); i < bytes->size(); ++i) {
         points.append(matrix.map(QPoint(i, static_cast<uchar>(bytes->at(i)) - 127)));
     }
     QT_WARNING_POP
 
-    painter.setPen(QColor(13, 180, 149));
-    painter.drawLines(points.constData(), points.size() / 2);
+    drawTrace();
+    painter.drawPixmap(0, 0, trace);
+}
+
+void ProgressBar::drawTrace()
+{
+    const QSize needed = size() * devicePixelRatioF();
+    if (trace.size() != needed) {
+        trace = QPixmap(needed);
+        trace.setDevicePixelRatio(devicePixelRatioF());
+        trace.fill(Qt::transparent);
+        drawn = 0;
+    }
+    const int lines = points.size() / 2 - drawn;
+    if (lines > 0) {
+        QPainter painter(&trace);
+        painter.setPen(QColor(13, 180, 149));
+        painter.drawLines(points.constData() + 2 * drawn, lines);
+        drawn += lines;
+    }
+}
+
+void ProgressBar::clearTrace()
+{
+    points.clear();
+    trace = QPixmap();
+    drawn = 0;
 }
 
 #include "moc_ProgressBar.cpp"

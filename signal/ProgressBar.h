@@ -2,6 +2,7 @@
 #pragma once
 
 #include <QByteArray>
+#include <QPixmap>
 #include <QPoint>
 #include <QVector>
 #include <QWidget>
@@ -29,9 +30,16 @@ protected:
     void paintEvent(QPaintEvent* event) override;
 
 private:
+    /// Brings the picture of the trace up to date with the points.
+    void drawTrace();
+    void clearTrace();
+
     qlonglong length = 0;
     qlonglong position = 0;
     /// One mapped point a byte drawn so far; points keep the geometry they were mapped with.
     QVector<QPoint> points;
+    /// The lines drawn so far, of the widget's size; null before the first.
+    QPixmap trace;
+    int drawn = 0;
     QByteArray* bytes;
 };
