@@ -7,6 +7,9 @@
 #include <QJsonArray>
 #include <QJsonObject>
 
+#include <algorithm>
+#include <numeric>
+
 AnalysisModel::AnalysisModel(QObject* parent)
     : QAbstractTableModel(parent)
 {
@@ -105,7 +108,24 @@ void AnalysisModel::fromJson(const QByteArray& bytes)
             places.append(record.indexOf(row.first));
         }
     }
+    rankTitles();
     endResetModel();
+}
+
+void AnalysisModel::rankTitles()
+{
+    QVector<int> order(rows.size());
+    std::iota(order.begin(), order.end(), 0);
+    std::sort(order.begin(), order.end(),
+              [this](int row, int otherRow) { return rows.at(row).second < rows.at(otherRow).second; });
+    ranks.resize(rows.size());
+    int rank = 0;
+    for (int i = 0; i < order.size(); ++i) {
+        if (i > 0 && rows.at(order.at(i - 1)).second != rows.at(order.at(i)).second) {
+            ++rank;
+        }
+        ranks[order.at(i)] = rank;
+    }
 }
 
 #include "moc_AnalysisModel.cpp"

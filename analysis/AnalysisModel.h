@@ -31,8 +31,7 @@ public:
     /// without a QVariant for each. Rows and column are not checked.
     bool isLess(int row, int otherRow, int column) const
     {
-        return column == 0 ? rows.at(row).second < rows.at(otherRow).second
-                           : value(row, column) < value(otherRow, column);
+        return column == 0 ? ranks.at(row) < ranks.at(otherRow) : value(row, column) < value(otherRow, column);
     }
 
     /// Replaces the table by that of an analysis reply; a reply of any other form leaves it empty. A value that is
@@ -40,11 +39,15 @@ public:
     void fromJson(const QByteArray& bytes);
 
 private:
+    /// Compares all titles once, so that no sort has to.
+    void rankTitles();
     int value(int row, int column) const { return records.at(column - 1).value(places.at(row)); }
 
-    QList<AnalysisRecord> records;
+    QVector<AnalysisRecord> records;
     /// Marker id and title of each row.
-    QList<QPair<QString, QString>> rows;
+    QVector<QPair<QString, QString>> rows;
     /// Where each row's values stand in every record: at the first row with the same id. Empty without records.
     QVector<int> places;
+    /// Place of each row's title among the different titles.
+    QVector<int> ranks;
 };

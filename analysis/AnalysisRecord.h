@@ -6,6 +6,7 @@
 #include <QList>
 #include <QPair>
 #include <QString>
+#include <QVector>
 
 /// One column of the analysis table: what one analysed record says of each marker, in the order of appending. A plain
 /// value; an index is not checked and must be below count().
@@ -28,7 +29,7 @@ public:
 
 private:
     /// Marker id and value.
-    QList<QPair<QString, int>> values;
+    QVector<QPair<QString, int>> values;
     QDateTime recordedAt;
     /// Where each id stands first, as far as the look-ups so far have indexed the entries.
     mutable QHash<QString, int> places;
