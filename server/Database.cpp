@@ -4,6 +4,7 @@
 #include "server/DatabaseAddress.h"
 #include "server/Dialect.h"
 #include "server/Migrations.h"
+#include "server/SqliteDialect.h"
 
 #include <QSqlError>
 
@@ -64,15 +65,13 @@ bool leavesNothing(const QString& statement)
 
 } // namespace
 
-Database::Transaction::Transaction(Database& database, bool migrates)
+Database::Transaction::Transaction(Database& database, Purpose purpose)
     : m_database(database)
 {
     m_outer = !connections()[m_database.connectionName()].inTransaction;
     if (!m_outer)
         return;
-    const QStringList statements = migrates
-                                       ? m_database.m_dialect->beginMigration()
-                                       : m_database.m_dialect->begin(connections()[m_database.connectionName()].alone);
+    const QStringList statements = m_database.beginning(purpose);
     m_database.run(statements.first());
     Connection& state = connections()[m_database.connectionName()];
     state.inTransaction = true;
@@ -119,12 +118,27 @@ std::unique_ptr<Database> Database::open(const QString& location, QString& error
         error = QStringLiteral("it is no address of a database");
         return nullptr;
     }
-    std::unique_ptr<Database> database(new Database(Dialect::of(*address)));
+    return openOn(Dialect::of(*address), true, error);
+}
+
+std::unique_ptr<Database> Database::openDraft(const QString& path, QString& error)
+{
+    return openOn(std::make_unique<SqliteDialect>(path, SqliteDialect::Use::Draft), true, error);
+}
+
+std::unique_ptr<Database> Database::openReadOnly(const QString& path, QString& error)
+{
+    return openOn(std::make_unique<SqliteDialect>(path, SqliteDialect::Use::ReadOnly), false, error);
+}
+
+std::unique_ptr<Database> Database::openOn(std::unique_ptr<Dialect> dialect, bool migrates, QString& error)
+{
+    std::unique_ptr<Database> database(new Database(std::move(dialect)));
     error = database->m_dialect->provide();
     if (!error.isEmpty())
         return nullptr;
     try {
-        if (!Migrations::apply(*database, error))
+        if (migrates && !Migrations::apply(*database, error))
             return nullptr;
     } catch (const DatabaseError& failure) {
         error = failure.text();
@@ -175,6 +189,38 @@ QSqlQuery Database::run(const QString& statement, const QVariantList& values)
     }
 }
 
+void Database::read(const QString& selection, const std::function<void(const QSqlQuery&)>& row)
+{
+    const QStringList statements = m_dialect->portions(selection);
+    if (statements.size() == 1) {
+        readPortion(statements.first(), row);
+        return;
+    }
+    run(statements.at(0));
+    while (readPortion(statements.at(1), row) > 0) {
+    }
+    run(statements.at(2));
+}
+
+int Database::readPortion(const QString& statement, const std::function<void(const QSqlQuery&)>& row)
+{
+    int count = 0;
+    std::optional<DatabaseError> error;
+    {
+        QSqlQuery query = run(statement);
+        for (; query.next(); ++count)
+            row(query);
+        if (query.lastError().isValid())
+            error = m_dialect->error(query.lastError());
+    }
+    if (!error)
+        return count;
+    connections()[connectionName()].committable = false;
+    if (error->kind() == DatabaseError::Kind::Lost)
+        close();
+    throw *error;
+}
+
 QStringList Database::tables()
 {
     QStringList names;
@@ -182,6 +228,30 @@ QStringList Database::tables()
     while (query.next())
         names.append(query.value(0).toString());
     return names;
+}
+
+QStringList Database::columns(const QString& table)
+{
+    QStringList names;
+    QSqlQuery query = run(m_dialect->selectColumns(), {table});
+    while (query.next())
+        names.append(query.value(0).toString());
+    return names;
+}
+
+QStringList Database::beginning(Transaction::Purpose purpose)
+{
+    switch (purpose) {
+    case Transaction::Purpose::Snapshot:
+        return m_dialect->beginSnapshot();
+    case Transaction::Purpose::Replace:
+        return m_dialect->beginReplacement(Migrations::keptTables() + Migrations::loginTables());
+    case Transaction::Purpose::Migrate:
+        return m_dialect->beginMigration();
+    case Transaction::Purpose::Change:
+        break;
+    }
+    return m_dialect->begin(connections()[connectionName()].alone);
 }
 
 QString Database::migrated(const QString& statement) const

@@ -8,6 +8,7 @@
 #include <QString>
 #include <QVariant>
 
+#include <functional>
 #include <memory>
 
 namespace server {
@@ -29,10 +30,16 @@ public:
     class Transaction
     {
     public:
-        explicit Transaction(Database& database)
-            : Transaction(database, false)
+        /// Decides whom it waits for, and who for it.
+        enum class Purpose
         {
-        }
+            Change,
+            Snapshot, ///< only reads, and everybody else goes on
+            Replace,  ///< writes all tables anew; others read what was there before, and wait with writing
+            Migrate,
+        };
+
+        explicit Transaction(Database& database, Purpose purpose = Purpose::Change);
         ~Transaction();
         Transaction(const Transaction&) = delete;
         Transaction& operator=(const Transaction&) = delete;
@@ -40,10 +47,6 @@ public:
         void commit();
 
     private:
-        friend class Migrations;
-
-        Transaction(Database& database, bool migrates);
-
         Database& m_database;
         bool m_outer = true;
         bool m_open = true;
@@ -53,6 +56,13 @@ public:
     /// this program's version. Null on failure, with the reason in `error`.
     static std::unique_ptr<Database> open(const QString& location, QString& error);
 
+    /// An SQLite file that this thread alone uses and that is thrown away if anything fails: it is brought to this
+    /// program's version, but neither kept safe nor on the disk. Null on failure, with the reason in `error`.
+    static std::unique_ptr<Database> openDraft(const QString& path, QString& error);
+    /// An SQLite file as it is, which is never changed; what it holds, if anything, is found out by the first
+    /// statement. Null on failure, with the reason in `error`.
+    static std::unique_ptr<Database> openReadOnly(const QString& path, QString& error);
+
     ~Database();
     Database(const Database&) = delete;
     Database& operator=(const Database&) = delete;
@@ -60,6 +70,10 @@ public:
     /// Runs one statement with its values for the "?" in it; the result stands before its first row. A
     /// null text is stored as an empty one, an invalid value as NULL.
     QSqlQuery run(const QString& statement, const QVariantList& values = {});
+
+    /// Runs a SELECT without values and hands over row by row, with a few of them in memory at a time. To be called
+    /// within a transaction; the row may not use this database.
+    void read(const QString& selection, const std::function<void(const QSqlQuery&)>& row);
 
     /// Does a piece of work, and does it again while it meets with that of others: what it stores has to be in one
     /// transaction or one statement. The result of the work is returned, and what it throws is thrown on.
@@ -78,6 +92,8 @@ public:
 
     /// Of all tables in the place that is used.
     QStringList tables();
+    /// Those of a table that can be written, in their order.
+    QStringList columns(const QString& table);
     /// A statement of a migration as the engine takes it.
     QString migrated(const QString& statement) const;
 
@@ -101,6 +117,11 @@ private:
 
     explicit Database(std::unique_ptr<Dialect> dialect);
 
+    static std::unique_ptr<Database> openOn(std::unique_ptr<Dialect> dialect, bool migrates, QString& error);
+
+    /// How many rows there were.
+    int readPortion(const QString& statement, const std::function<void(const QSqlQuery&)>& row);
+    QStringList beginning(Transaction::Purpose purpose);
     /// Of the connection of this thread.
     QString connectionName() const;
     QSqlDatabase connection();

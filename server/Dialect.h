@@ -47,12 +47,21 @@ public:
     virtual QString migrated(const QString& statement) const = 0;
     /// Selects the names of all tables that are in the way of ours, or are ours.
     virtual QString selectTables() const = 0;
+    /// Selects the names of the columns of the table "?" that can be written, in their order.
+    virtual QString selectColumns() const = 0;
 
     /// Starts a transaction that will write, and in which nothing changes that it has read. If it is to be alone, it
     /// waits for the others that write, and they for it: then none of them is in its way.
     virtual QStringList begin(bool alone) const = 0;
     /// Starts a transaction that changes the tables, once no other one does, on this or another machine.
     virtual QStringList beginMigration() const = 0;
+    /// Starts a transaction that only reads, and sees one state while others go on writing.
+    virtual QStringList beginSnapshot() const = 0;
+    /// Starts a transaction that writes these tables anew, and in which others are no longer writing them.
+    virtual QStringList beginReplacement(const QStringList& tables) const = 0;
+    /// How the rows of a selection are got without having all of them in memory: one statement if the engine hands them
+    /// over one by one, else one to begin with, one to be repeated as long as it gives rows, and one for the end.
+    virtual QStringList portions(const QString& selection) const = 0;
 
     /// Runs a statement with its values for the "?" in it. False on failure, with the reason in the query.
     virtual bool run(QSqlQuery& query, const QSqlDatabase& connection, const QString& statement,

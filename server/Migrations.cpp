@@ -111,33 +111,58 @@ int Migrations::latest()
     return steps().size();
 }
 
+std::optional<int> Migrations::version(Database& database, QString& error)
+{
+    const QStringList tables = database.tables();
+    if (!tables.contains(QStringLiteral("schema_version"))) {
+        if (tables.isEmpty())
+            return 0;
+        error = QStringLiteral("the database belongs to another program");
+        return std::nullopt;
+    }
+    QSqlQuery query = database.run(QStringLiteral("SELECT COALESCE(MAX(version), 0) FROM schema_version"));
+    const int found = query.next() ? query.value(0).toInt() : 0;
+    if (found > latest()) {
+        error = QStringLiteral("the database has schema version %1, this program knows %2: a newer program is needed")
+                    .arg(found)
+                    .arg(latest());
+        return std::nullopt;
+    }
+    return found;
+}
+
+QStringList Migrations::keptTables()
+{
+    return {QStringLiteral("practitioners"),  QStringLiteral("patients"),
+            QStringLiteral("records"),        QStringLiteral("recipes"),
+            QStringLiteral("recipe_markers"), QStringLiteral("analyses"),
+            QStringLiteral("questionnaires"), QStringLiteral("questionnaire_answers"),
+            QStringLiteral("devices"),        QStringLiteral("commands")};
+}
+
+QStringList Migrations::loginTables()
+{
+    return {QStringLiteral("sessions")};
+}
+
+QStringList Migrations::derivedTables()
+{
+    return {};
+}
+
 bool Migrations::apply(Database& database, QString& error)
 {
     const QVector<QStringList> all = steps();
-    Database::Transaction transaction(database, true);
-    const QStringList tables = database.tables();
-    if (!tables.contains(QStringLiteral("schema_version"))) {
-        if (!tables.isEmpty()) {
-            error = QStringLiteral("the database belongs to another program");
-            return false;
-        }
+    Database::Transaction transaction(database, Database::Transaction::Purpose::Migrate);
+    const std::optional<int> found = version(database, error);
+    if (!found)
+        return false;
+    if (!database.tables().contains(QStringLiteral("schema_version"))) {
         database.run(
             database.migrated(QStringLiteral("CREATE TABLE schema_version (version INTEGER NOT NULL PRIMARY KEY, "
                                              "applied_at TEXT NOT NULL)")));
     }
-    int version = 0;
-    {
-        QSqlQuery query = database.run(QStringLiteral("SELECT COALESCE(MAX(version), 0) FROM schema_version"));
-        if (query.next())
-            version = query.value(0).toInt();
-    }
-    if (version > all.size()) {
-        error = QStringLiteral("the database has schema version %1, this program knows %2: a newer program is needed")
-                    .arg(version)
-                    .arg(all.size());
-        return false;
-    }
-    for (int step = version; step < all.size(); ++step) {
+    for (int step = *found; step < all.size(); ++step) {
         for (const QString& statement : all.at(step))
             database.run(database.migrated(statement));
         database.run(QStringLiteral("INSERT INTO schema_version (version, applied_at) VALUES (?, ?)"),

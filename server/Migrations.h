@@ -2,6 +2,9 @@
 #pragma once
 
 #include <QString>
+#include <QStringList>
+
+#include <optional>
 
 namespace server {
 
@@ -14,6 +17,18 @@ class Migrations
 public:
     /// The version that this program needs.
     static int latest();
+    /// The version that a database has, 0 if it is empty. Nothing, with a reason, if it is of a newer program or of a
+    /// different one; throws DatabaseError if a statement fails.
+    static std::optional<int> version(Database& database, QString& error);
+
+    // All tables but schema_version stand in one of these lists.
+
+    /// What practitioners entrusted to the server, each table after those that it refers to.
+    static QStringList keptTables();
+    /// What only logins need: no backup holds it, and a restore empties it.
+    static QStringList loginTables();
+    /// What the engine makes from other tables by itself.
+    static QStringList derivedTables();
 
     /// Runs the steps that are missing, all or none of them. False, with a reason, if the database is of a newer
     /// program or of a different one; throws DatabaseError if a statement fails.

@@ -62,7 +62,10 @@ Options Options::parse(const QStringList& arguments)
         "Without a command it serves until it is interrupted. Commands:\n"
         "  practitioner add NAME    adds one who may log in; the password is asked for\n"
         "  practitioner list        shows those who may log in\n"
-        "  practitioner passwd NAME sets a new password, which is asked for, and ends all sessions of NAME"));
+        "  practitioner passwd NAME sets a new password, which is asked for, and ends all sessions of NAME\n"
+        "  backup FILE              writes all data into a new file, also while servers run\n"
+        "  restore FILE             puts the data of such a file in place of all that is there, and ends all "
+        "sessions"));
     const QCommandLineOption help({QStringLiteral("h"), QStringLiteral("help")}, QStringLiteral("Shows this help."));
     const QCommandLineOption version(QStringLiteral("version"), QStringLiteral("Shows the version."));
     const QCommandLineOption listen(QStringLiteral("listen"),
@@ -96,11 +99,14 @@ Options Options::parse(const QStringList& arguments)
     const QCommandLineOption whole(QStringLiteral("full-name"),
                                    QStringLiteral("practitioner add: the name that records bear."),
                                    QStringLiteral("NAME"));
-    parser.addOptions(
-        {help, version, listen, file, demonstration, hours, simulation, pace, secret, tongue, state, whole});
+    const QCommandLineOption overwriting(QStringLiteral("replace"),
+                                         QStringLiteral("restore: also if there are patients in the database."));
+    parser.addOptions({help, version, listen, file, demonstration, hours, simulation, pace, secret, tongue, state,
+                       whole, overwriting});
     parser.addPositionalArgument(
         QStringLiteral("command"), QStringLiteral("See above."),
-        QStringLiteral("[practitioner add NAME | practitioner list | practitioner passwd NAME]"));
+        QStringLiteral("[practitioner add NAME | practitioner list | practitioner passwd NAME | backup FILE | restore "
+                       "FILE]"));
 
     if (!parser.parse(arguments))
         return refusal(parser.errorText());
@@ -133,12 +139,18 @@ Options Options::parse(const QStringList& arguments)
     const bool setting = verb == QStringList{QStringLiteral("practitioner"), QStringLiteral("passwd")};
     const bool listing = command == QStringList{QStringLiteral("practitioner"), QStringLiteral("list")};
     const bool named = adding || setting;
-    if (!command.isEmpty() && !listing && !(named && command.size() == 3)) {
+    const bool saving = command.mid(0, 1) == QStringList{QStringLiteral("backup")};
+    const bool restoring = command.mid(0, 1) == QStringList{QStringLiteral("restore")};
+    if ((saving || restoring) && (command.size() != 2 || command.last().isEmpty()))
+        return refusal(QStringLiteral("\"%1\" takes one file").arg(command.first()));
+    if (!command.isEmpty() && !listing && !saving && !restoring && !(named && command.size() == 3)) {
         return refusal(named ? QStringLiteral("\"%1\" takes one name").arg(verb.join(QLatin1Char(' ')))
                              : QStringLiteral("unknown command \"%1\"").arg(command.join(QLatin1Char(' '))));
     }
     if (parser.isSet(secret) && !named)
         return refusal(QStringLiteral("--password-file belongs to \"practitioner add\" and \"practitioner passwd\""));
+    if (parser.isSet(overwriting) && !restoring)
+        return refusal(QStringLiteral("--replace belongs to \"restore\""));
     if (!adding) {
         for (const QCommandLineOption& option : {tongue, state, whole}) {
             if (parser.isSet(option))
@@ -150,7 +162,15 @@ Options Options::parse(const QStringList& arguments)
             if (parser.isSet(option))
                 return refusal(QStringLiteral("--%1 does not belong to a command").arg(option.names().constFirst()));
         }
-        options.action = adding ? Action::AddPractitioner : setting ? Action::SetPassword : Action::ListPractitioners;
+        options.action = adding      ? Action::AddPractitioner
+                         : setting   ? Action::SetPassword
+                         : saving    ? Action::Backup
+                         : restoring ? Action::Restore
+                                     : Action::ListPractitioners;
+        if (saving || restoring) {
+            options.file = command.last();
+            options.replace = parser.isSet(overwriting);
+        }
         if (named) {
             options.practitioner = command.last();
             options.passwordFile = parser.value(secret);

@@ -15,6 +15,8 @@ struct Options
         AddPractitioner,
         ListPractitioners,
         SetPassword, ///< of a practitioner
+        Backup,      ///< into `file`
+        Restore,     ///< from `file`
         ShowHelp,
         ShowVersion,
         Refuse, ///< `text` says what is wrong
@@ -34,6 +36,9 @@ struct Options
     QString passwordFile; ///< empty: asked for
     QString language = QStringLiteral("en");
     QString country = QStringLiteral("US");
+
+    QString file;         ///< of a backup
+    bool replace = false; ///< what a restore would overwrite
 
     QString text; ///< to print, for help and refusal
 

@@ -126,6 +126,15 @@ QString PostgresDialect::selectTables() const
     return QStringLiteral("SELECT tablename FROM pg_catalog.pg_tables WHERE schemaname = current_schema()");
 }
 
+QString PostgresDialect::selectColumns() const
+{
+    return QStringLiteral("SELECT a.attname FROM pg_catalog.pg_attribute a "
+                          "JOIN pg_catalog.pg_class t ON t.oid = a.attrelid "
+                          "JOIN pg_catalog.pg_namespace n ON n.oid = t.relnamespace "
+                          "WHERE n.nspname = current_schema() AND t.relname = ? AND a.attnum > 0 "
+                          "AND NOT a.attisdropped AND a.attgenerated = '' ORDER BY a.attnum");
+}
+
 QStringList PostgresDialect::begin(bool alone) const
 {
     // What the transaction sees is settled by its first statement other than a LOCK, which is after the wait. The table
@@ -140,6 +149,30 @@ QStringList PostgresDialect::beginMigration() const
     // In a serializable transaction what the one before has made would not be seen after the wait.
     return {QStringLiteral("BEGIN ISOLATION LEVEL READ COMMITTED"),
             QStringLiteral("SELECT pg_advisory_xact_lock(%1)").arg(migrationLock)};
+}
+
+QStringList PostgresDialect::beginSnapshot() const
+{
+    // A limit that is meant for requests is none for a whole table.
+    return {QStringLiteral("BEGIN ISOLATION LEVEL REPEATABLE READ READ ONLY"),
+            QStringLiteral("SET LOCAL statement_timeout = 0"),
+            QStringLiteral("SET LOCAL idle_in_transaction_session_timeout = 0")};
+}
+
+QStringList PostgresDialect::beginReplacement(const QStringList& tables) const
+{
+    // The first lock is the one with which transactions begin: most others that write are past it or wait for it, and
+    // none of them meets with the locks that follow.
+    return {QStringLiteral("BEGIN ISOLATION LEVEL READ COMMITTED"), QStringLiteral("SET LOCAL statement_timeout = 0"),
+            QStringLiteral("SET LOCAL idle_in_transaction_session_timeout = 0"),
+            QStringLiteral("LOCK TABLE schema_version IN EXCLUSIVE MODE"),
+            QStringLiteral("LOCK TABLE %1 IN EXCLUSIVE MODE").arg(tables.join(QStringLiteral(", ")))};
+}
+
+QStringList PostgresDialect::portions(const QString& selection) const
+{
+    return {QStringLiteral("DECLARE portions NO SCROLL CURSOR FOR ") + selection,
+            QStringLiteral("FETCH FORWARD 50 FROM portions"), QStringLiteral("CLOSE portions")};
 }
 
 bool PostgresDialect::run(QSqlQuery& query, const QSqlDatabase& connection, const QString& statement,

@@ -20,8 +20,12 @@ public:
     QString prepare(QSqlDatabase& connection) const override;
     QString migrated(const QString& statement) const override;
     QString selectTables() const override;
+    QString selectColumns() const override;
     QStringList begin(bool alone) const override;
     QStringList beginMigration() const override;
+    QStringList beginSnapshot() const override;
+    QStringList beginReplacement(const QStringList& tables) const override;
+    QStringList portions(const QString& selection) const override;
     bool run(QSqlQuery& query, const QSqlDatabase& connection, const QString& statement, const QVariantList& values,
              Prepared& prepared) const override;
     DatabaseError error(const QSqlError& error) const override;

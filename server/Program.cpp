@@ -3,6 +3,7 @@
 
 #include "server/Accounts.h"
 #include "server/Api.h"
+#include "server/Backup.h"
 #include "server/Database.h"
 #include "server/DatabaseAddress.h"
 #include "server/DatabaseError.h"
@@ -14,7 +15,9 @@
 #include "server/StopSignal.h"
 
 #include <QCoreApplication>
+#include <QFileInfo>
 
+#include <atomic>
 #include <cstdio>
 #include <optional>
 
@@ -44,6 +47,14 @@ QString address(const QString& host, int port)
     return (host.contains(QLatin1Char(':')) ? QStringLiteral("http://[%1]:%2") : QStringLiteral("http://%1:%2"))
         .arg(host)
         .arg(port);
+}
+
+QString described(const Backup::Counts& counts)
+{
+    return QStringLiteral("%1 practitioners, %2 patients and %3 records")
+        .arg(counts.practitioners)
+        .arg(counts.patients)
+        .arg(counts.records);
 }
 
 /// What stands against it, or nothing.
@@ -80,10 +91,18 @@ int Program::run(const QStringList& arguments)
     QString error;
     const std::optional<DatabaseAddress> address = DatabaseAddress::parse(options.database);
     const QString shown = address ? address->shown() : QString();
+    if (options.action == Options::Action::Restore)
+        return restore(options, shown);
+    // A mistyped name is not to end in a backup of nothing.
+    if (options.action == Options::Action::Backup && address && !address->path.isEmpty() &&
+        !QFileInfo::exists(address->path))
+        return complain(QStringLiteral("cannot use the database %1: there is no such file").arg(shown));
     const std::unique_ptr<Database> database = Database::open(options.database, error);
     if (!database)
         return complain(QStringLiteral("cannot use the database %1: %2").arg(shown, error));
     try {
+        if (options.action == Options::Action::Backup)
+            return backUp(*database, options);
         Accounts accounts(*database);
         if (options.action == Options::Action::AddPractitioner)
             return addPractitioner(*database, accounts, options);
@@ -117,6 +136,45 @@ int Program::serve(Database& database, const Options& options)
         return complain(QStringLiteral("no more connections could be accepted"));
     print(QStringLiteral("stopped"));
     return 0;
+}
+
+int Program::backUp(Database& database, const Options& options)
+{
+    std::atomic<bool> interrupted{false};
+    const StopSignal stop([&interrupted] { interrupted = true; });
+    QString error;
+    const std::optional<Backup::Counts> counts = Backup::write(database, options.file, interrupted, error);
+    if (!counts)
+        return complain(error);
+    print(QStringLiteral("backed up %1 into %2").arg(described(*counts), options.file));
+    return 0;
+}
+
+int Program::restore(const Options& options, const QString& shown)
+{
+    std::atomic<bool> interrupted{false};
+    const StopSignal stop([&interrupted] { interrupted = true; });
+    QString error;
+    const std::optional<DatabaseAddress> address = DatabaseAddress::parse(options.database);
+    if (address && QFileInfo::exists(address->path) &&
+        QFileInfo(address->path).canonicalFilePath() == QFileInfo(options.file).canonicalFilePath())
+        return complain(QStringLiteral("cannot restore %1: it is the database itself").arg(options.file));
+    // Nothing is made of the database if the file is of no use.
+    const std::unique_ptr<Backup> backup = Backup::open(options.file, error);
+    if (!backup)
+        return complain(error);
+    const std::unique_ptr<Database> database = Database::open(options.database, error);
+    if (!database)
+        return complain(QStringLiteral("cannot use the database %1: %2").arg(shown, error));
+    try {
+        const std::optional<Backup::Counts> counts = backup->restore(*database, options.replace, interrupted, error);
+        if (!counts)
+            return complain(error);
+        print(QStringLiteral("restored %1 from %2; all sessions have ended").arg(described(*counts), options.file));
+        return 0;
+    } catch (const DatabaseError& failure) {
+        return complain(QStringLiteral("the database %1 failed: %2").arg(shown, failure.text()));
+    }
 }
 
 int Program::addPractitioner(Database& database, Accounts& accounts, const Options& options)

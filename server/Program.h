@@ -18,6 +18,8 @@ public:
 
 private:
     static int serve(Database& database, const Options& options);
+    static int backUp(Database& database, const Options& options);
+    static int restore(const Options& options, const QString& shown);
     static int addPractitioner(Database& database, Accounts& accounts, const Options& options);
     static int setPassword(Database& database, Accounts& accounts, const Options& options);
     static int listPractitioners(Accounts& accounts);

@@ -5,6 +5,9 @@
 #include <QElapsedTimer>
 #include <QFileInfo>
 #include <QThread>
+#include <QUrl>
+
+#include <vector>
 
 namespace server {
 
@@ -22,8 +25,9 @@ constexpr int busyMilliseconds = 15000;
 
 } // namespace
 
-SqliteDialect::SqliteDialect(const QString& path)
+SqliteDialect::SqliteDialect(const QString& path, Use use)
     : m_path(QFileInfo(path).absoluteFilePath())
+    , m_use(use)
 {
 }
 
@@ -32,22 +36,37 @@ QString SqliteDialect::provide() const
     const QFileInfo file(m_path);
     if (file.isDir())
         return QStringLiteral("it is a folder");
-    if (!QDir().mkpath(file.absolutePath()))
+    if (m_use == Use::Shared && !QDir().mkpath(file.absolutePath()))
         return QStringLiteral("the folder %1 cannot be made").arg(file.absolutePath());
     return QString();
 }
 
 void SqliteDialect::configure(QSqlDatabase& connection) const
 {
-    connection.setDatabaseName(m_path);
-    connection.setConnectOptions(QStringLiteral("QSQLITE_BUSY_TIMEOUT=%1").arg(busyMilliseconds));
+    QString options = QStringLiteral("QSQLITE_BUSY_TIMEOUT=%1").arg(busyMilliseconds);
+    if (m_use == Use::ReadOnly) {
+        options += QStringLiteral(";QSQLITE_OPEN_READONLY;QSQLITE_OPEN_URI");
+        QString name = QString::fromLatin1(QUrl::fromLocalFile(m_path).toEncoded());
+        // Of a file that others use, a part may stand in these. Else the engine would want to make them.
+        if (!QFileInfo::exists(m_path + QStringLiteral("-wal")) &&
+            !QFileInfo::exists(m_path + QStringLiteral("-journal")))
+            name += QStringLiteral("?immutable=1");
+        connection.setDatabaseName(name);
+    } else {
+        connection.setDatabaseName(m_path);
+    }
+    connection.setConnectOptions(options);
 }
 
 QString SqliteDialect::prepare(QSqlDatabase& connection) const
 {
+    std::vector<const char*> statements;
+    if (m_use == Use::Shared)
+        statements = {"PRAGMA journal_mode = WAL", "PRAGMA synchronous = FULL", "PRAGMA foreign_keys = ON"};
+    else if (m_use == Use::Draft)
+        statements = {"PRAGMA journal_mode = OFF", "PRAGMA synchronous = OFF", "PRAGMA foreign_keys = ON"};
     QSqlQuery query(connection);
-    for (const auto* statement :
-         {"PRAGMA journal_mode = WAL", "PRAGMA synchronous = FULL", "PRAGMA foreign_keys = ON"}) {
+    for (const char* statement : statements) {
         QElapsedTimer waited;
         waited.start();
         while (!query.exec(QLatin1String(statement))) {
@@ -71,6 +90,12 @@ QString SqliteDialect::selectTables() const
     return QStringLiteral("SELECT name FROM sqlite_master WHERE type = 'table'");
 }
 
+QString SqliteDialect::selectColumns() const
+{
+    // Columns that the engine computes are not among them.
+    return QStringLiteral("SELECT name FROM pragma_table_info(?) ORDER BY cid");
+}
+
 QStringList SqliteDialect::begin(bool) const
 {
     // It waits for other writers now, and not in its middle: each is alone.
@@ -80,6 +105,21 @@ QStringList SqliteDialect::begin(bool) const
 QStringList SqliteDialect::beginMigration() const
 {
     return begin(true);
+}
+
+QStringList SqliteDialect::beginSnapshot() const
+{
+    return {QStringLiteral("BEGIN")};
+}
+
+QStringList SqliteDialect::beginReplacement(const QStringList&) const
+{
+    return begin(true);
+}
+
+QStringList SqliteDialect::portions(const QString& selection) const
+{
+    return {selection};
 }
 
 bool SqliteDialect::run(QSqlQuery& query, const QSqlDatabase&, const QString& statement, const QVariantList& values,

@@ -3,9 +3,10 @@
 
 #include "tests/server/PostgresCluster.h"
 
-TestDatabase::TestDatabase()
+TestDatabase::TestDatabase(Engine engine)
+    : m_postgres(isPostgres() == (engine == Engine::OfTheRun))
 {
-    if (!isPostgres()) {
+    if (!m_postgres) {
         m_location = m_folder.filePath(QStringLiteral("store.sqlite"));
         return;
     }
@@ -19,7 +20,7 @@ TestDatabase::~TestDatabase()
 {
     for (const QString& name : qAsConst(m_connections))
         QSqlDatabase::removeDatabase(name);
-    if (isPostgres() && !m_location.isEmpty())
+    if (m_postgres && !m_location.isEmpty())
         PostgresCluster::instance().drop(m_name);
 }
 
@@ -31,7 +32,7 @@ bool TestDatabase::isPostgres()
 bool TestDatabase::connect(const QString& connectionName)
 {
     m_connections.append(connectionName);
-    if (isPostgres())
+    if (m_postgres)
         return PostgresCluster::instance().connection(m_name, connectionName).open();
     QSqlDatabase added = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), connectionName);
     added.setDatabaseName(m_location);
