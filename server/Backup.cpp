@@ -194,15 +194,18 @@ void removeAll(Database& database)
 /// the process however that ends.
 std::unique_ptr<Database> migratedCopy(Database& content)
 {
-    const QTemporaryDir folder(QDir::tempPath() + QStringLiteral("/quelmar-restore-XXXXXX"));
+    const QString place = QDir::tempPath();
+    if (place.isEmpty())
+        throw Refusal{QStringLiteral("no copy of it can be made: the folder that TMPDIR names is not there")};
+    const QTemporaryDir folder(place + QStringLiteral("/quelmar-restore-XXXXXX"));
     if (!folder.isValid())
-        throw Refusal{QStringLiteral("no copy of it can be made: %1").arg(folder.errorString())};
+        throw Refusal{QStringLiteral("no copy of it can be made in %1: %2").arg(place, folder.errorString())};
     const QString path = folder.filePath(QStringLiteral("copy.sqlite"));
     QString error;
     try {
         content.run(QStringLiteral("VACUUM INTO ?"), {path});
     } catch (const DatabaseError& failure) {
-        throw Refusal{QStringLiteral("no copy of it can be made in %1: %2").arg(QDir::tempPath(), failure.text())};
+        throw Refusal{QStringLiteral("no copy of it can be made in %1: %2").arg(place, failure.text())};
     }
     std::unique_ptr<Database> copy = Database::openDraft(path, error);
     if (!copy)

@@ -153,6 +153,10 @@ QStringList Migrations::derivedTables()
 bool Migrations::apply(Database& database, QString& error)
 {
     const QVector<QStringList> all = steps();
+    // Most starts have nothing to do, and need not wait for those who write.
+    if (version(database, error) == all.size())
+        return true;
+    error.clear();
     Database::Transaction transaction(database, Database::Transaction::Purpose::Migrate);
     const std::optional<int> found = version(database, error);
     if (!found)
