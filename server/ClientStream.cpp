@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <cstring>
 
+#include <netdb.h>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <poll.h>
@@ -130,6 +131,12 @@ void ClientStream::get_remote_ip_and_port(std::string& ip, int& port) const
 {
     ip.clear();
     port = 0;
+    sockaddr_storage address{};
+    socklen_t size = sizeof address;
+    char text[NI_MAXHOST];
+    if (getpeername(m_socket, reinterpret_cast<sockaddr*>(&address), &size) == 0 &&
+        getnameinfo(reinterpret_cast<sockaddr*>(&address), size, text, sizeof text, nullptr, 0, NI_NUMERICHOST) == 0)
+        ip = text;
 }
 
 void ClientStream::get_local_ip_and_port(std::string& ip, int& port) const

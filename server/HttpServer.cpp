@@ -313,6 +313,8 @@ void HttpServer::Impl::answer(const httplib::Request& request, httplib::Response
             plain.headers.insert(name, bytes(header.second));
     }
     plain.body = bytes(request.body);
+    plain.peer = bytes(request.remote_addr);
+    plain.arrived = Clock::now();
     plain.multipart = request.is_multipart_form_data();
     for (const auto& file : request.files)
         plain.parts.append({bytes(file.second.name), bytes(file.second.content)});
@@ -322,6 +324,8 @@ void HttpServer::Impl::answer(const httplib::Request& request, httplib::Response
 void HttpServer::Impl::write(const Reply& reply, httplib::Response& response)
 {
     response.status = reply.status;
+    for (const auto& header : reply.headers)
+        response.set_header(header.first.toStdString(), header.second.toStdString());
     response.set_content(reply.body.constData(), size_t(reply.body.size()), reply.contentType.constData());
 }
 

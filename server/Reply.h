@@ -2,6 +2,8 @@
 #pragma once
 
 #include <QByteArray>
+#include <QPair>
+#include <QVector>
 
 namespace server {
 
@@ -11,6 +13,7 @@ struct Reply
     int status = 200;
     QByteArray contentType = QByteArrayLiteral("application/json");
     QByteArray body;
+    QVector<QPair<QByteArray, QByteArray>> headers; ///< further ones, name and value; no line breaks in them
 };
 
 } // namespace server

@@ -5,6 +5,8 @@
 #include <QHash>
 #include <QVector>
 
+#include <chrono>
+
 namespace server {
 
 /// One HTTP request as it came over the wire, with nothing decoded but the parts of a multipart form.
@@ -23,6 +25,8 @@ struct Request
     QByteArray body;                       ///< empty for a multipart form
     QVector<Part> parts;                   ///< of a multipart form, in no promised order
     bool multipart = false;
+    QByteArray peer;                               ///< numeric address of the client, without a port
+    std::chrono::steady_clock::time_point arrived; ///< when the last byte of it had been read
 
     QByteArray header(const QByteArray& lowerCaseName) const { return headers.value(lowerCaseName); }
 };

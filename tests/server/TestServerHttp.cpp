@@ -6,6 +6,7 @@
 #include <QTest>
 
 #include <atomic>
+#include <chrono>
 #include <memory>
 #include <stdexcept>
 #include <thread>
@@ -24,6 +25,12 @@ public:
         if (request.path == "/throw")
             throw std::runtime_error("inner secret");
         ++handled;
+        if (request.path == "/about") {
+            const bool timely = request.arrived >= since && request.arrived <= std::chrono::steady_clock::now();
+            Reply reply;
+            reply.headers = {{"X-Peer", request.peer}, {"X-Timely", timely ? "yes" : "no"}};
+            return reply;
+        }
         Reply reply;
         reply.contentType = "text/plain";
         reply.body = request.method + '|' + request.path + '|' + request.query + '|' + request.body + '|' +
@@ -41,6 +48,7 @@ public:
         return reply;
     }
 
+    const std::chrono::steady_clock::time_point since = std::chrono::steady_clock::now();
     std::atomic<int> handled{0};
 };
 
@@ -57,6 +65,7 @@ private slots:
 
     void passesRequestsOn_data();
     void passesRequestsOn();
+    void tellsWhoAndWhen();
     void keepsTheConnection();
     void takesPipelinedRequests();
     void takesSlowRequests();
@@ -194,6 +203,13 @@ void TestServerHttp::passesRequestsOn()
     QCOMPARE(reply.mid(reply.indexOf("\r\n\r\n") + 4), echo);
     QVERIFY(reply.contains("\r\nContent-Type: text/plain\r\n"));
     QVERIFY(reply.contains("\r\nConnection: close\r\n"));
+}
+
+void TestServerHttp::tellsWhoAndWhen()
+{
+    const QByteArray reply = exchange("GET /about HTTP/1.1\r\nConnection: close\r\n\r\n");
+    QVERIFY2(reply.contains("\r\nX-Peer: 127.0.0.1\r\n"), reply.constData());
+    QVERIFY2(reply.contains("\r\nX-Timely: yes\r\n"), reply.constData());
 }
 
 void TestServerHttp::keepsTheConnection()
