@@ -10,6 +10,7 @@
 #include "server/FormBody.h"
 #include "server/JsonInput.h"
 #include "server/Known.h"
+#include "server/LineWriter.h"
 #include "server/MarkerAnalysis.h"
 #include "server/Needle.h"
 #include "server/PatientInput.h"
@@ -27,8 +28,12 @@
 #include <QJsonArray>
 #include <QJsonObject>
 
-#include <cstdio>
+#include <cstdlib>
 #include <limits>
+#include <memory>
+#include <typeinfo>
+
+#include <cxxabi.h>
 
 namespace server {
 
@@ -36,10 +41,19 @@ namespace {
 
 constexpr int maxDuration = 1440;
 
-/// For whoever runs the server; what a client sent is not repeated.
-void report(const char* what)
+/// Whether a segment of a pattern stands for an id.
+bool isPlace(const QByteArray& segment)
 {
-    std::fprintf(stderr, "quelmar-server: %s\n", what);
+    return segment.startsWith('{');
+}
+
+/// Never what() of an exception that this program has not made: it may repeat what a client sent.
+QByteArray kindOf(const std::exception& error)
+{
+    int status = 0;
+    const std::unique_ptr<char, void (*)(void*)> name(
+        abi::__cxa_demangle(typeid(error).name(), nullptr, nullptr, &status), std::free);
+    return QByteArray("an exception of the type ") + (status == 0 ? name.get() : typeid(error).name());
 }
 
 QJsonObject pageJson(const Patients::Page& page)
@@ -86,18 +100,18 @@ Api::Api(Database& database, int sessionHours)
     route("GET", "/patient/filter", &Api::filterPatients);
     route("POST", "/patient", &Api::createPatient);
     route("PUT", "/patient", &Api::updatePatient);
-    route("DELETE", "/patient/*", &Api::deletePatient);
-    route("GET", "/record/*", &Api::listRecords);
+    route("DELETE", "/patient/{p}", &Api::deletePatient);
+    route("GET", "/record/{p}", &Api::listRecords);
     route("POST", "/record", &Api::uploadRecord);
-    route("DELETE", "/record/*/*", &Api::deleteRecord);
+    route("DELETE", "/record/{p}/{r}", &Api::deleteRecord);
     route("POST", "/patient/questionnaire", &Api::questionnaire);
-    route("PUT", "/patient/questionnaire/*", &Api::updateQuestionnaire);
-    route("GET", "/category/diagnostic/*", &Api::diagnosticCategories);
-    route("GET", "/category/corrective/*", &Api::correctiveCategories);
+    route("PUT", "/patient/questionnaire/{p}", &Api::updateQuestionnaire);
+    route("GET", "/category/diagnostic/{p}", &Api::diagnosticCategories);
+    route("GET", "/category/corrective/{p}", &Api::correctiveCategories);
     route("POST", "/analysis", &Api::analyseMarkers);
     route("POST", "/analysis/summary", &Api::analysisSummary);
     route("POST", "/analysis/comparative", &Api::analysisComparative);
-    route("GET", "/recipe/*/*", &Api::loadRecipe);
+    route("GET", "/recipe/{p}/{r}", &Api::loadRecipe);
     route("PUT", "/recipe", &Api::saveRecipe);
     route("POST", "/recipe", &Api::makeRecipe);
     route("POST", "/export/excel", &Api::exportWorkbook);
@@ -107,23 +121,31 @@ Api::Api(Database& database, int sessionHours)
     route("GET", "/auth/updates", &Api::tellUpdates);
     route("POST", "/patient/device", &Api::connectDevice);
     route("PUT", "/patient/device", &Api::toggleDevice);
-    route("DELETE", "/patient/device/*", &Api::disconnectDevice);
+    route("DELETE", "/patient/device/{p}", &Api::disconnectDevice);
     route("POST", "/command", &Api::sendCommand);
-    route("DELETE", "/command/*", &Api::deleteCommand);
+    route("DELETE", "/command/{p}", &Api::deleteCommand);
     route("POST", "/recipe/autospectrum", &Api::makeAutospectrum);
 }
 
 void Api::route(const char* method, const char* path, Operation operation, bool open)
 {
-    m_routes.append({method, QByteArray(path).mid(1).split('/'), operation, open});
+    m_routes.append({method, path, QByteArray(path).mid(1).split('/'), operation, open});
 }
 
 Reply Api::handle(const Request& request)
 {
+    QByteArray pattern;
+    Reply reply = answer(request, pattern);
+    reply.pattern = pattern;
+    return reply;
+}
+
+Reply Api::answer(const Request& request, QByteArray& pattern)
+{
     QString language = Messages::language(request.header("accept-language"));
     try {
         Call call{request, {}, {}, language};
-        const Route& found = find(request, call.ids);
+        const Route& found = find(request, call.ids, pattern);
         if (!found.open) {
             call.practitioner = authenticate(request);
             if (language.isEmpty())
@@ -133,13 +155,13 @@ Reply Api::handle(const Request& request)
     } catch (const Failure& failure) {
         return Wire::failed(failure, language);
     } catch (const DatabaseError& error) {
-        report(error.what());
+        LineWriter::errors().failure(error.what(), request.id);
         if (error.kind() != DatabaseError::Kind::Failed)
             return Wire::message(503, Messages::text(Messages::StoreUnavailable, language));
     } catch (const std::exception& error) {
-        report(error.what());
+        LineWriter::errors().failure(kindOf(error), request.id);
     } catch (...) {
-        report("an unknown exception");
+        LineWriter::errors().failure("an unknown exception", request.id);
     }
     return Wire::message(500, Messages::text(Messages::ServerFailed, language));
 }
@@ -162,7 +184,7 @@ Reply Api::refuse(int status, const QByteArray& acceptLanguage)
     return Wire::message(status, Messages::text(id, Messages::language(acceptLanguage)));
 }
 
-const Api::Route& Api::find(const Request& request, QStringList& ids) const
+const Api::Route& Api::find(const Request& request, QStringList& ids, QByteArray& pattern) const
 {
     QList<QByteArray> segments = request.path.mid(1).split('/');
     if (segments.size() > 1 && segments.last().isEmpty())
@@ -174,7 +196,7 @@ const Api::Route& Api::find(const Request& request, QStringList& ids) const
         QStringList found;
         bool matches = true;
         for (int i = 0; matches && i < segments.size(); ++i) {
-            if (candidate.segments.at(i) != "*") {
+            if (!isPlace(candidate.segments.at(i))) {
                 matches = candidate.segments.at(i) == segments.at(i);
                 continue;
             }
@@ -184,8 +206,11 @@ const Api::Route& Api::find(const Request& request, QStringList& ids) const
         }
         if (!matches)
             continue;
+        if (!known)
+            pattern = candidate.pattern;
         known = true;
         if (candidate.method == request.method) {
+            pattern = candidate.pattern;
             ids = found;
             return candidate;
         }

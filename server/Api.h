@@ -44,13 +44,16 @@ private:
     struct Route
     {
         QByteArray method;
-        QList<QByteArray> segments; ///< "*" stands for an id
+        QByteArray pattern;         ///< the path, with "{p}" and the like for ids
+        QList<QByteArray> segments; ///< of the pattern
         Operation operation;
         bool open; ///< needs no session
     };
 
     void route(const char* method, const char* path, Operation operation, bool open = false);
-    const Route& find(const Request& request, QStringList& ids) const;
+    /// The pattern is also told if the path is known but not with this method.
+    const Route& find(const Request& request, QStringList& ids, QByteArray& pattern) const;
+    Reply answer(const Request& request, QByteArray& pattern);
     Practitioner authenticate(const Request& request);
     /// Sends the command to the device of a patient whose existence has been checked, or says what stands against it.
     /// An empty record is none.

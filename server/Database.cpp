@@ -176,7 +176,7 @@ QSqlQuery Database::run(const QString& statement, const QVariantList& values)
             QSqlQuery query(used);
             if (m_dialect->run(query, used, statement, bound, current.prepared))
                 return query;
-            error = m_dialect->error(query.lastError());
+            error = counted(m_dialect->error(query.lastError()));
         }
         current.committable = false;
         if (error->kind() == DatabaseError::Kind::Lost) {
@@ -301,7 +301,13 @@ QSqlDatabase Database::connection()
         }
     }
     QSqlDatabase::removeDatabase(name);
-    throw *failure;
+    throw counted(*failure);
+}
+
+DatabaseError Database::counted(const DatabaseError& error)
+{
+    ++m_errors.at(size_t(error.kind()));
+    return error;
 }
 
 void Database::close()

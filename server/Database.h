@@ -8,6 +8,8 @@
 #include <QString>
 #include <QVariant>
 
+#include <array>
+#include <atomic>
 #include <functional>
 #include <memory>
 
@@ -90,6 +92,9 @@ public:
         }
     }
 
+    /// How many statements and connections have failed in this way since the store was opened, on all threads.
+    quint64 errors(DatabaseError::Kind kind) const { return m_errors.at(size_t(kind)); }
+
     /// Of all tables in the place that is used.
     QStringList tables();
     /// Those of a table that can be written, in their order.
@@ -125,12 +130,14 @@ private:
     /// Of the connection of this thread.
     QString connectionName() const;
     QSqlDatabase connection();
+    DatabaseError counted(const DatabaseError& error);
     void close();
     void rollback();
 
     std::unique_ptr<Dialect> m_dialect;
     /// Begins the names of this store's connections.
     QString m_name;
+    std::array<std::atomic<quint64>, 4> m_errors{}; ///< by DatabaseError::Kind
 };
 
 } // namespace server

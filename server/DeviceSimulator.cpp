@@ -4,13 +4,13 @@
 #include "server/Database.h"
 #include "server/Demo.h"
 #include "server/DeviceCommand.h"
+#include "server/LineWriter.h"
 #include "server/Records.h"
 
 #include <QCryptographicHash>
 #include <QVector>
 
 #include <cmath>
-#include <cstdio>
 #include <exception>
 
 namespace server {
@@ -84,7 +84,7 @@ void DeviceSimulator::run()
         } catch (const std::exception& error) {
             // Not five times a second while it lasts.
             if (!failing)
-                std::fprintf(stderr, "quelmar-server: simulated devices: %s\n", error.what());
+                LineWriter::errors().failure(QByteArray("simulated devices: ") + error.what());
             failing = true;
         }
         lock.lock();

@@ -88,6 +88,10 @@ Options Options::parse(const QStringList& arguments)
     const QCommandLineOption pace(QStringLiteral("simulate-seconds"),
                                   QStringLiteral("How long a simulated device takes for a command."),
                                   QStringLiteral("SECONDS"), QStringLiteral("3"));
+    const QCommandLineOption log(QStringLiteral("log"),
+                                 QStringLiteral("Which requests have a line on the error output: requests (all), "
+                                                "failures or none."),
+                                 QStringLiteral("WHICH"), QStringLiteral("requests"));
     const QCommandLineOption secret(
         QStringLiteral("password-file"),
         QStringLiteral("practitioner add and passwd: file whose first line is the password."), QStringLiteral("FILE"));
@@ -101,7 +105,7 @@ Options Options::parse(const QStringList& arguments)
                                    QStringLiteral("NAME"));
     const QCommandLineOption overwriting(QStringLiteral("replace"),
                                          QStringLiteral("restore: also if there are patients in the database."));
-    parser.addOptions({help, version, listen, file, demonstration, hours, simulation, pace, secret, tongue, state,
+    parser.addOptions({help, version, listen, file, demonstration, hours, simulation, pace, log, secret, tongue, state,
                        whole, overwriting});
     parser.addPositionalArgument(
         QStringLiteral("command"), QStringLiteral("See above."),
@@ -158,7 +162,7 @@ Options Options::parse(const QStringList& arguments)
         }
     }
     if (!command.isEmpty()) {
-        for (const QCommandLineOption& option : {listen, demonstration, hours, simulation, pace}) {
+        for (const QCommandLineOption& option : {listen, demonstration, hours, simulation, pace, log}) {
             if (parser.isSet(option))
                 return refusal(QStringLiteral("--%1 does not belong to a command").arg(option.names().constFirst()));
         }
@@ -193,6 +197,12 @@ Options Options::parse(const QStringList& arguments)
         return refusal(QStringLiteral("--session-hours takes a number from 1 to %1, not \"%2\"")
                            .arg(maxSessionHours)
                            .arg(parser.value(hours)));
+    static const QStringList levels{QStringLiteral("requests"), QStringLiteral("failures"), QStringLiteral("none")};
+    const int level = levels.indexOf(parser.value(log));
+    if (level < 0)
+        return refusal(
+            QStringLiteral("--log takes %1, not \"%2\"").arg(levels.join(QStringLiteral(", ")), parser.value(log)));
+    options.log = RequestLog::Level(level);
     options.demo = parser.isSet(demonstration);
     options.simulateDevices = parser.isSet(simulation);
     if (parser.isSet(pace) && !options.simulateDevices)

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "server/RequestLog.h"
+
 #include <QString>
 #include <QStringList>
 
@@ -27,6 +29,7 @@ struct Options
     int port = 18620; ///< 0: any free one
     QString database; ///< path of the SQLite file, or address of a PostgreSQL database
     int sessionHours = 24 * 7;
+    RequestLog::Level log = RequestLog::Level::Requests;
     bool demo = false;
     bool simulateDevices = false;
     int simulateSeconds = 3; ///< from a command until it is complete

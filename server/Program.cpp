@@ -9,9 +9,14 @@
 #include "server/DatabaseError.h"
 #include "server/Demo.h"
 #include "server/DeviceSimulator.h"
+#include "server/Health.h"
 #include "server/HttpServer.h"
+#include "server/LineWriter.h"
+#include "server/Metrics.h"
 #include "server/PasswordPrompt.h"
+#include "server/RequestLog.h"
 #include "server/Secrets.h"
+#include "server/ServiceManager.h"
 #include "server/StopSignal.h"
 
 #include <QCoreApplication>
@@ -121,8 +126,15 @@ int Program::run(const QStringList& arguments)
 int Program::serve(Database& database, const Options& options)
 {
     Api api(database, options.sessionHours);
-    HttpServer server(api);
-    const StopSignal stop([&server] { server.stop(); });
+    Health health(api, database);
+    LineWriter& log = LineWriter::errors();
+    Metrics metrics(health, database, log);
+    RequestLog requests(metrics, options.log, log);
+    HttpServer server(requests);
+    const StopSignal stop([&server] {
+        ServiceManager::tellStopping();
+        server.stop();
+    });
     QString error;
     if (!server.bind(options.host, options.port, error))
         return complain(error);
@@ -132,6 +144,7 @@ int Program::serve(Database& database, const Options& options)
         print(QStringLiteral("remote devices are simulated"));
     }
     print(QStringLiteral("listening on ") + address(options.host, server.port()));
+    ServiceManager::tellReady();
     if (!server.run())
         return complain(QStringLiteral("no more connections could be accepted"));
     print(QStringLiteral("stopped"));

@@ -14,6 +14,7 @@ struct Reply
     QByteArray contentType = QByteArrayLiteral("application/json");
     QByteArray body;
     QVector<QPair<QByteArray, QByteArray>> headers; ///< further ones, name and value; no line breaks in them
+    QByteArray pattern; ///< of the path that was asked for, such as "/record/{p}"; empty if it is none of the server's
 };
 
 } // namespace server

@@ -18,6 +18,7 @@ struct Request
         QByteArray content;
     };
 
+    QByteArray id; ///< of this server's own, random: it may be shown anywhere
     QByteArray method;
     QByteArray path;                       ///< still percent-encoded, without the query
     QByteArray query;                      ///< still percent-encoded, without the "?"
@@ -28,6 +29,15 @@ struct Request
     QByteArray peer;                               ///< numeric address of the client, without a port
     std::chrono::steady_clock::time_point arrived; ///< when the last byte of it had been read
 
+    /// The method, or nothing if it is not one that HTTP knows.
+    QByteArray knownMethod() const
+    {
+        for (const char* known : {"GET", "HEAD", "POST", "PUT", "PATCH", "DELETE", "OPTIONS"}) {
+            if (method == known)
+                return method;
+        }
+        return QByteArray();
+    }
     QByteArray header(const QByteArray& lowerCaseName) const { return headers.value(lowerCaseName); }
 };
 

@@ -46,6 +46,13 @@ QString Secrets::randomId()
     return randomText(16);
 }
 
+QByteArray Secrets::randomHex()
+{
+    QByteArray bytes(16, '\0');
+    randombytes_buf(bytes.data(), size_t(bytes.size()));
+    return bytes.toHex();
+}
+
 QString Secrets::randomToken()
 {
     return randomText(32);

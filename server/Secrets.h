@@ -15,6 +15,8 @@ public:
 
     /// 128 random bits as 22 characters of the URL-safe base64 alphabet.
     static QString randomId();
+    /// 128 random bits as 32 hexadecimal digits.
+    static QByteArray randomHex();
     /// 256 random bits as 43 characters of the same alphabet.
     static QString randomToken();
     /// What is stored of a token: BLAKE2b-256 in hexadecimal digits.
