@@ -141,6 +141,7 @@ ApiClient::Answer ApiClient::wait(QNetworkReply* reply)
     Answer answer;
     answer.status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
     answer.contentType = reply->rawHeader("Content-Type");
+    answer.requestId = reply->rawHeader("X-Request-ID");
     answer.body = reply->readAll();
     delete reply;
     return answer;

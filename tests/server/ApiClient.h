@@ -15,6 +15,7 @@ public:
     {
         int status = 0; ///< 0 without an answer
         QByteArray contentType;
+        QByteArray requestId; ///< that the server gave
         QByteArray body;
 
         QJsonObject object() const;

@@ -4,6 +4,8 @@
 #include <QElapsedTimer>
 #include <QRegularExpression>
 
+#include <utility>
+
 #include <signal.h>
 
 namespace {
@@ -60,6 +62,10 @@ bool ServerProcess::start(const QString& database, const QStringList& options)
 void ServerProcess::launch(const QString& database, const QStringList& options)
 {
     m_output.clear();
+    m_log.clear();
+    m_sorted = 0;
+    m_errors.clear();
+    m_requestLines.clear();
     m_url.clear();
     m_process.start(program(), QStringList{QStringLiteral("--listen"), QStringLiteral("127.0.0.1:0"),
                                            QStringLiteral("--database"), database} +
@@ -81,7 +87,7 @@ bool ServerProcess::waitUntilItListens()
         if (!m_process.waitForReadyRead(patience) && m_process.state() == QProcess::NotRunning)
             break;
     }
-    qWarning("the server did not start: %s", m_process.readAllStandardError().constData());
+    qWarning("the server did not start: %s", errors().constData());
     return false;
 }
 
@@ -103,4 +109,39 @@ QByteArray ServerProcess::output()
 {
     m_output += m_process.readAllStandardOutput();
     return m_output;
+}
+
+QByteArray ServerProcess::errors()
+{
+    collect();
+    return std::exchange(m_errors, QByteArray());
+}
+
+QList<QByteArray> ServerProcess::requestLines()
+{
+    collect();
+    return m_requestLines;
+}
+
+QByteArray ServerProcess::log()
+{
+    collect();
+    return m_log;
+}
+
+void ServerProcess::collect()
+{
+    m_log += m_process.readAllStandardError();
+    while (m_sorted < m_log.size()) {
+        int end = m_log.indexOf('\n', m_sorted);
+        if (end < 0 && m_process.state() != QProcess::NotRunning)
+            return;
+        end = end < 0 ? m_log.size() : end + 1;
+        const QByteArray line = m_log.mid(m_sorted, end - m_sorted);
+        m_sorted = end;
+        if (line.startsWith("time=") && line.contains(" method="))
+            m_requestLines.append(line.trimmed());
+        else
+            m_errors += line;
+    }
 }

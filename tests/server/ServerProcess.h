@@ -2,6 +2,7 @@
 #pragma once
 
 #include <QByteArray>
+#include <QList>
 #include <QProcess>
 #include <QString>
 #include <QStringList>
@@ -40,10 +41,22 @@ public:
     quint16 port() const { return quint16(m_url.section(QLatin1Char(':'), -1).toUInt()); }
     /// What it has printed so far.
     QByteArray output();
-    QByteArray errors() { return m_process.readAllStandardError(); }
+    /// What it has said on the error output since the last call, in whole lines, without those about requests.
+    QByteArray errors();
+    /// The lines about requests since the start, without their breaks.
+    QList<QByteArray> requestLines();
+    /// All of the error output since the start.
+    QByteArray log();
 
 private:
+    /// Takes in what there is on the error output.
+    void collect();
+
     QProcess m_process;
+    QByteArray m_log;
+    int m_sorted = 0; ///< bytes of the log that have gone into the two below
+    QByteArray m_errors;
+    QList<QByteArray> m_requestLines;
     QByteArray m_output;
     QString m_url;
 };
