@@ -13,13 +13,11 @@ namespace server {
 
 namespace {
 
-// Result codes of the engine; the higher bytes of an extended code say more.
+// Result codes of the engine. Qt's driver gives no extended ones, which would say more.
 constexpr int busy = 5;
 constexpr int locked = 6;
 constexpr int full = 13;
-constexpr int foreignKey = 787;
-constexpr int primaryKey = 1555;
-constexpr int unique = 2067;
+constexpr int constraint = 19;
 
 constexpr int busyMilliseconds = 15000;
 
@@ -137,9 +135,11 @@ DatabaseError SqliteDialect::error(const QSqlError& error) const
 {
     const int code = error.nativeErrorCode().toInt();
     auto kind = DatabaseError::Kind::Failed;
+    const QString text = error.databaseText();
     if ((code & 0xff) == busy || (code & 0xff) == locked || (code & 0xff) == full)
         kind = DatabaseError::Kind::Busy;
-    else if (code == foreignKey || code == primaryKey || code == unique)
+    else if ((code & 0xff) == constraint &&
+             (text.startsWith(QLatin1String("UNIQUE")) || text.startsWith(QLatin1String("FOREIGN KEY"))))
         kind = DatabaseError::Kind::Conflict;
     return DatabaseError(error.text(), kind);
 }
