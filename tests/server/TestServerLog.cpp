@@ -736,7 +736,7 @@ void TestServerLog::failuresOfTheDatabase()
 void TestServerLog::databaseAway()
 {
     if (!TestDatabase::isPostgres())
-        return; // a file does not go away
+        return; // A file does not go away
     QVERIFY(serve());
     QCOMPARE(expect("POST", "/auth/login", m_client->login(practitioner, password)).status, 200);
     m_secrets.append(m_client->token);
