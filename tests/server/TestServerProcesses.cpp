@@ -395,6 +395,13 @@ void TestServerProcesses::behindAProxy()
         QCOMPARE(client.remove(QStringLiteral("/patient/") + patients.takeFirst()).status, 200);
         // Failures are the server's own, also those about the size of a request.
         QVERIFY(client.get(QStringLiteral("/none")).failed(404));
+        // A probe may come from outside; figures stay inside, whatever their address is made to look like.
+        QCOMPARE(client.get(QStringLiteral("/health")).status, 200);
+        for (const char* path : {"/metrics", "/metrics?x", "/metrics/", "//metrics", "/%6Detrics", "/x/../metrics"}) {
+            const ApiClient::Answer answer = client.get(QString::fromLatin1(path));
+            QVERIFY2(answer.status == 404 && !answer.body.contains("quelmar_"), path);
+        }
+        QCOMPARE(ApiClient(m_first->url()).get(QStringLiteral("/metrics")).status, 200);
         QVERIFY(client.upload(patients.first(), QByteArray(1200 * 1024, 'x')).failed(413));
         QVERIFY(client.get(QStringLiteral("/patient/filter?needle=") + QString(9000, QLatin1Char('a'))).failed(414));
 
