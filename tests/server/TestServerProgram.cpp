@@ -110,7 +110,7 @@ void TestServerProgram::helps()
         QCOMPARE(outcome.errors, QByteArray());
         for (const char* word :
              {"--listen", "--database", "--demo", "practitioner add", "practitioner list", "practitioner passwd",
-              "--password-file", "--version", "--session-hours", "--simulate-devices", "--simulate-seconds"})
+              "--password-file", "--version", "--session-hours", "--simulate-devices", "--simulate-seconds", "--log"})
             QVERIFY2(outcome.output.contains(word), word);
     }
 }
