@@ -2,6 +2,7 @@
 #include "server/Accounts.h"
 
 #include "server/Database.h"
+#include "server/PlainText.h"
 #include "server/Secrets.h"
 #include "server/TextKeys.h"
 
@@ -38,6 +39,13 @@ bool isCode(const QString& text, char first, char last)
     return text.size() == 2 && std::all_of(text.begin(), text.end(), [first, last](QChar c) {
                return c >= QLatin1Char(first) && c <= QLatin1Char(last);
            });
+}
+
+/// As names are kept. What can be none is looked for as the empty one, which nobody has: not every engine takes it.
+QString lookedFor(const QString& name)
+{
+    const QString normalized = TextKeys::normalized(name);
+    return normalized.size() <= Accounts::maxLength && PlainText::isLine(normalized) ? normalized : QString();
 }
 
 } // namespace
@@ -98,7 +106,7 @@ std::optional<Practitioner> Accounts::find(const QString& name)
 {
     QSqlQuery query = m_database.run(
         QStringLiteral("SELECT id, name, full_name, language, country FROM practitioners WHERE name = ?"),
-        {TextKeys::normalized(name)});
+        {lookedFor(name)});
     if (!query.next())
         return std::nullopt;
     return practitionerOf(query);
@@ -111,8 +119,8 @@ bool Accounts::passwordMatches(const QString& name, const QString& password)
 
 QString Accounts::passwordHash(const QString& name)
 {
-    QSqlQuery query = m_database.run(QStringLiteral("SELECT password_hash FROM practitioners WHERE name = ?"),
-                                     {TextKeys::normalized(name)});
+    QSqlQuery query =
+        m_database.run(QStringLiteral("SELECT password_hash FROM practitioners WHERE name = ?"), {lookedFor(name)});
     return query.next() ? query.value(0).toString() : QString();
 }
 
@@ -131,11 +139,22 @@ std::optional<Accounts::Session> Accounts::login(const QString& name, const QStr
     const QString hash = passwordHash(name);
     if (!Secrets::passwordMatches(password, hash))
         return std::nullopt;
+    const QString renewedHash = Secrets::isOutdated(hash) ? Secrets::passwordHash(password) : QString();
+    // A conflict is no reason to do the hashing again.
+    return m_database.attempt([&] { return beginSession(name, hash, renewedHash); });
+}
+
+std::optional<Accounts::Session> Accounts::beginSession(const QString& name, const QString& hash,
+                                                        const QString& renewedHash)
+{
     Database::Transaction transaction(m_database);
     const std::optional<Practitioner> practitioner = find(name);
     // A password that was changed meanwhile has ended the sessions that it gave.
     if (!practitioner || passwordHash(name) != hash)
         return std::nullopt;
+    if (!renewedHash.isEmpty())
+        m_database.run(QStringLiteral("UPDATE practitioners SET password_hash = ? WHERE id = ?"),
+                       {renewedHash, practitioner->id});
     const QDateTime now = QDateTime::currentDateTimeUtc();
     Session session;
     session.practitioner = *practitioner;
@@ -201,22 +220,28 @@ std::optional<Accounts::Session> Accounts::changePassword(const QString& token, 
         throw std::bad_alloc();
 
     // Hashing takes too long to keep others from writing meanwhile: what it relied on is looked at once more.
+    return m_database.attempt([&] { return replacePassword(token, before.practitioner, oldHash, newHash); });
+}
+
+std::optional<Accounts::Session> Accounts::replacePassword(const QString& token, const Practitioner& practitioner,
+                                                           const QString& oldHash, const QString& newHash)
+{
     Database::Transaction transaction(m_database);
     Session session;
-    session.practitioner = before.practitioner;
+    session.practitioner = practitioner;
     session.token = Secrets::randomToken();
     {
         QSqlQuery query = m_database.run(QStringLiteral("SELECT s.expires_at FROM sessions s "
                                                         "JOIN practitioners p ON p.id = s.practitioner_id "
                                                         "WHERE s.token_hash = ? AND p.id = ? AND p.password_hash = ?"),
-                                         {Secrets::tokenHash(token), before.practitioner.id, oldHash});
+                                         {Secrets::tokenHash(token), practitioner.id, oldHash});
         if (!query.next())
             return std::nullopt;
         session.expiresAt = QDateTime::fromString(query.value(0).toString(), Qt::ISODateWithMs);
     }
     m_database.run(QStringLiteral("UPDATE practitioners SET password_hash = ? WHERE id = ?"),
-                   {newHash, before.practitioner.id});
-    m_database.run(QStringLiteral("DELETE FROM sessions WHERE practitioner_id = ?"), {before.practitioner.id});
+                   {newHash, practitioner.id});
+    m_database.run(QStringLiteral("DELETE FROM sessions WHERE practitioner_id = ?"), {practitioner.id});
     begin(session);
     transaction.commit();
     return session;

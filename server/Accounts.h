@@ -56,7 +56,8 @@ public:
     /// By name.
     QVector<Practitioner> all();
 
-    /// Nothing for an unknown name or a wrong password, after the same time.
+    /// Nothing for an unknown name or a wrong password, after the same work. The hash of a right password is made anew
+    /// if it is an outdated one.
     std::optional<Session> login(const QString& name, const QString& password);
     Authentication authenticate(const QString& token);
 
@@ -71,6 +72,9 @@ public:
 private:
     /// Null for an unknown name.
     QString passwordHash(const QString& name);
+    std::optional<Session> beginSession(const QString& name, const QString& hash, const QString& renewedHash);
+    std::optional<Session> replacePassword(const QString& token, const Practitioner& practitioner,
+                                           const QString& oldHash, const QString& newHash);
     void begin(const Session& session);
 
     Database& m_database;

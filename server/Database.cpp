@@ -174,6 +174,7 @@ QSqlQuery Database::run(const QString& statement, const QVariantList& values)
         {
             const QSqlDatabase used = connection();
             QSqlQuery query(used);
+            ++m_statements;
             if (m_dialect->run(query, used, statement, bound, current.prepared))
                 return query;
             error = counted(m_dialect->error(query.lastError()));

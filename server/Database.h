@@ -95,6 +95,9 @@ public:
     /// How many statements and connections have failed in this way since the store was opened, on all threads.
     quint64 errors(DatabaseError::Kind kind) const { return m_errors.at(size_t(kind)); }
 
+    /// How many statements were run so far, those that were sent again counted again.
+    quint64 statements() const { return m_statements; }
+
     /// Of all tables in the place that is used.
     QStringList tables();
     /// Those of a table that can be written, in their order.
@@ -135,6 +138,7 @@ private:
     void rollback();
 
     std::unique_ptr<Dialect> m_dialect;
+    std::atomic<quint64> m_statements{0};
     /// Begins the names of this store's connections.
     QString m_name;
     std::array<std::atomic<quint64>, 4> m_errors{}; ///< by DatabaseError::Kind

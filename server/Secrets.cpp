@@ -5,12 +5,16 @@
 
 #include <sodium.h>
 
+#include <atomic>
+
 namespace server {
 
 namespace {
 
 // Each hash takes 64 MiB while it is computed.
 constexpr int hashesAtOnce = 2;
+
+std::atomic<quint64> hashed{0};
 
 QSemaphore& hashing()
 {
@@ -27,6 +31,7 @@ QString randomText(int size)
 
 QString hashOf(const QByteArray& password)
 {
+    ++hashed;
     char hash[crypto_pwhash_STRBYTES];
     if (crypto_pwhash_str_alg(hash, password.constData(), size_t(password.size()), crypto_pwhash_OPSLIMIT_INTERACTIVE,
                               crypto_pwhash_MEMLIMIT_INTERACTIVE, crypto_pwhash_ALG_ARGON2ID13) != 0)
@@ -60,10 +65,15 @@ QString Secrets::randomToken()
 
 QString Secrets::tokenHash(const QString& token)
 {
-    const QByteArray text = token.toUtf8();
+    return fingerprint(token);
+}
+
+QString Secrets::fingerprint(const QString& text)
+{
+    const QByteArray bytes = text.toUtf8();
     QByteArray hash(crypto_generichash_BYTES, '\0');
     crypto_generichash(reinterpret_cast<unsigned char*>(hash.data()), size_t(hash.size()),
-                       reinterpret_cast<const unsigned char*>(text.constData()), quint64(text.size()), nullptr, 0);
+                       reinterpret_cast<const unsigned char*>(bytes.constData()), quint64(bytes.size()), nullptr, 0);
     return QString::fromLatin1(hash.toHex());
 }
 
@@ -79,8 +89,20 @@ bool Secrets::passwordMatches(const QString& password, const QString& hash)
     static const QByteArray stranger = hashOf(randomText(16).toLatin1()).toLatin1();
     const QByteArray known = hash.isNull() ? stranger : hash.toLatin1();
     const QByteArray text = password.toUtf8();
+    ++hashed;
     const bool matches = crypto_pwhash_str_verify(known.constData(), text.constData(), size_t(text.size())) == 0;
     return matches && !hash.isNull();
+}
+
+bool Secrets::isOutdated(const QString& hash)
+{
+    return crypto_pwhash_str_needs_rehash(hash.toLatin1().constData(), crypto_pwhash_OPSLIMIT_INTERACTIVE,
+                                          crypto_pwhash_MEMLIMIT_INTERACTIVE) != 0;
+}
+
+quint64 Secrets::hashings()
+{
+    return hashed;
 }
 
 } // namespace server

@@ -19,13 +19,19 @@ public:
     static QByteArray randomHex();
     /// 256 random bits as 43 characters of the same alphabet.
     static QString randomToken();
-    /// What is stored of a token: BLAKE2b-256 in hexadecimal digits.
+    /// What is stored of a token: its fingerprint.
     static QString tokenHash(const QString& token);
+    /// BLAKE2b-256 in hexadecimal digits, to find a text again without keeping it.
+    static QString fingerprint(const QString& text);
 
     /// Argon2id with a salt of its own. Null if there is not enough memory.
     static QString passwordHash(const QString& password);
     /// Takes as long for a null `hash` (an account that does not exist) as for any other.
     static bool passwordMatches(const QString& password, const QString& hash);
+    /// Whether the hash was made with other parameters than passwordHash() takes now.
+    static bool isOutdated(const QString& hash);
+    /// How often this process has hashed a password, be it to store or to compare it.
+    static quint64 hashings();
 };
 
 } // namespace server
