@@ -101,6 +101,16 @@ QVector<QStringList> steps()
             QStringLiteral("CREATE INDEX commands_by_record ON commands (record_id)"),
             QStringLiteral("CREATE INDEX commands_by_time ON commands (complete, sent_at)"),
         },
+        {
+            // The subject is a hash: of an account, of an address, or of both.
+            QStringLiteral("CREATE TABLE login_attempts ("
+                           "kind TEXT NOT NULL, "
+                           "subject TEXT NOT NULL, "
+                           "failures INTEGER NOT NULL, "
+                           "window_ends TEXT NOT NULL, "
+                           "PRIMARY KEY (kind, subject))"),
+            QStringLiteral("CREATE INDEX login_attempts_by_end ON login_attempts (window_ends)"),
+        },
     };
 }
 
