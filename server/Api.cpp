@@ -91,9 +91,10 @@ int choice(const FormBody& query, const char* key, const QList<QByteArray>& valu
 
 } // namespace
 
-Api::Api(Database& database, int sessionHours)
+Api::Api(Database& database, int sessionHours, const LoginAttempts::Limits& limits)
     : m_database(database)
     , m_accounts(database, sessionHours)
+    , m_attempts(database, limits)
 {
     route("POST", "/auth/login", &Api::login, true);
     route("GET", "/patient", &Api::listPatients);

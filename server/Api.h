@@ -2,11 +2,15 @@
 #pragma once
 
 #include "server/Accounts.h"
+#include "server/LoginAttempts.h"
 #include "server/RequestHandler.h"
 
 #include <QList>
 #include <QStringList>
 #include <QVector>
+
+#include <functional>
+#include <optional>
 
 namespace server {
 
@@ -24,8 +28,13 @@ public:
     /// The longest identity of a sensor, in UTF-16 units.
     static constexpr int maxSensorId = 255;
 
+    /// The longest form of a login, in bytes.
+    static constexpr int maxLoginForm = 8 * 1024;
+    /// After which a login is worth another try that came while too many others were under way.
+    static constexpr int busySeconds = 2;
+
     /// The database has to outlive this object. A session lasts `sessionHours`.
-    Api(Database& database, int sessionHours);
+    Api(Database& database, int sessionHours, const LoginAttempts::Limits& limits = {});
 
     Reply handle(const Request& request) override;
     Reply refuse(int status, const QByteArray& acceptLanguage) override;
@@ -55,6 +64,10 @@ private:
     const Route& find(const Request& request, QStringList& ids, QByteArray& pattern) const;
     Reply answer(const Request& request, QByteArray& pattern);
     Practitioner authenticate(const Request& request);
+    /// Does what compares a password, if neither too many of this name and address have failed nor too many are being
+    /// compared; else ends the request. What it returns is a session for the right password.
+    std::optional<Accounts::Session> compare(const QString& name, const Request& request,
+                                             const std::function<std::optional<Accounts::Session>()>& comparison);
     /// Sends the command to the device of a patient whose existence has been checked, or says what stands against it.
     /// An empty record is none.
     void order(const Call& call, const QString& patientId, const QString& recordId, const QString& command);
@@ -91,6 +104,7 @@ private:
 
     Database& m_database;
     Accounts m_accounts;
+    LoginAttempts m_attempts;
     QVector<Route> m_routes;
 };
 

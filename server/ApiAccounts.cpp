@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "server/Api.h"
 
+#include "server/ClientAddress.h"
 #include "server/Failure.h"
 #include "server/FormBody.h"
+#include "server/HashingQueue.h"
 #include "server/JsonInput.h"
 #include "server/PlainText.h"
 #include "server/Version.h"
@@ -24,6 +26,13 @@ std::optional<QString> tokenOf(const Request& request)
     return QString::fromLatin1(header.mid(scheme.size()).trimmed());
 }
 
+/// For as many seconds, unless they are none.
+void refuseFor(int seconds)
+{
+    if (seconds > 0)
+        throw Failure(429, Messages::TooManyAttempts, QString::number((seconds + 59) / 60), seconds);
+}
+
 } // namespace
 
 Practitioner Api::authenticate(const Request& request)
@@ -43,8 +52,26 @@ Practitioner Api::authenticate(const Request& request)
     throw Failure(401, Messages::LoginRequired);
 }
 
+std::optional<Accounts::Session> Api::compare(const QString& name, const Request& request,
+                                              const std::function<std::optional<Accounts::Session>()>& comparison)
+{
+    const LoginAttempts::Subject who(name, ClientAddress::network(request.peer));
+    refuseFor(m_attempts.secondsToWait(who));
+    const HashingQueue::Turn turn = HashingQueue::ofProcess().take();
+    if (!turn)
+        throw Failure(503, Messages::TooManyLogins, QString(), busySeconds);
+    // Now, and not before the wait: those who wait with the right password would count as failures against each other.
+    refuseFor(m_attempts.begin(who));
+    std::optional<Accounts::Session> session = comparison();
+    if (session)
+        m_attempts.succeeded(who);
+    return session;
+}
+
 Reply Api::login(const Call& call)
 {
+    if (call.request.body.size() > maxLoginForm)
+        throw Failure(413, Messages::TooLarge);
     const FormBody form(call.request.body);
     const std::optional<QString> name = form.text("username");
     const std::optional<QString> password = form.text("password");
@@ -52,9 +79,8 @@ Reply Api::login(const Call& call)
         throw Failure(400, Messages::WrongField, QStringLiteral("username"));
     if (!password)
         throw Failure(400, Messages::WrongField, QStringLiteral("password"));
-    if (name->size() > Accounts::maxLength || password->size() > Accounts::maxLength || !PlainText::isLine(*name))
-        throw Failure(401, Messages::LoginFailed);
-    const std::optional<Accounts::Session> session = m_accounts.login(*name, *password);
+    const std::optional<Accounts::Session> session =
+        compare(*name, call.request, [&] { return m_accounts.login(*name, *password); });
     if (!session)
         throw Failure(401, Messages::LoginFailed);
     return Wire::json(QJsonObject{{QStringLiteral("accessToken"), session->token},
@@ -74,9 +100,10 @@ Reply Api::changePassword(const Call& call)
         throw Failure(400, Messages::PasswordInvalid, QString::number(Accounts::maxLength));
     if (newPassword != repeated)
         throw Failure(400, Messages::PasswordsDiffer);
-    std::optional<Accounts::Session> session;
-    if (oldPassword.size() <= Accounts::maxLength)
-        session = m_accounts.changePassword(tokenOf(call.request).value_or(QString()), oldPassword, newPassword);
+    const QString token = tokenOf(call.request).value_or(QString());
+    const std::optional<Accounts::Session> session = compare(call.practitioner.name, call.request, [&] {
+        return m_accounts.changePassword(token, oldPassword, newPassword);
+    });
     if (!session)
         throw Failure(400, Messages::OldPasswordWrong);
     return Wire::json(QJsonObject{{QStringLiteral("accessToken"), session->token}});

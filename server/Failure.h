@@ -23,10 +23,12 @@ public:
         QString argument; ///< for a "%1" in the message
     };
 
-    Failure(int status, Messages::Id message, const QString& argument = QString())
+    /// `retryAfter`: in so many seconds it may succeed, 0 if that is not known.
+    Failure(int status, Messages::Id message, const QString& argument = QString(), int retryAfter = 0)
         : m_status(status)
         , m_message(message)
         , m_argument(argument)
+        , m_retryAfter(retryAfter)
     {
     }
     Failure(int status, const QString& sentence)
@@ -42,6 +44,7 @@ public:
 
     int status() const { return m_status; }
     const QVector<FieldError>& errors() const { return m_errors; }
+    int retryAfter() const { return m_retryAfter; }
     QString message(const QString& language) const
     {
         if (!m_sentence.isEmpty())
@@ -54,6 +57,7 @@ private:
     int m_status = 400;
     Messages::Id m_message = Messages::BadRequest;
     QString m_argument;
+    int m_retryAfter = 0;
     QString m_sentence;
     QVector<FieldError> m_errors;
 };

@@ -53,6 +53,13 @@ LocalText textOf(Messages::Id id)
     case Messages::LoginFailed:
         return {QStringLiteral("The user name or the password is wrong."),
                 QStringLiteral("Неверное имя пользователя или пароль.")};
+    case Messages::TooManyAttempts:
+        return {QStringLiteral("The password was wrong too often. Please wait %1 min and try again."),
+                QStringLiteral("Слишком много попыток с неверным паролем. Подождите %1 мин и попробуйте ещё раз.")};
+    case Messages::TooManyLogins:
+        return {
+            QStringLiteral("Too many users are logging in at the moment. Please try again in a few seconds."),
+            QStringLiteral("Сейчас входит слишком много пользователей. Попробуйте ещё раз через несколько секунд.")};
     case Messages::OldPasswordWrong:
         return {QStringLiteral("The old password is wrong."), QStringLiteral("Старый пароль указан неверно.")};
     case Messages::PasswordInvalid:

@@ -26,6 +26,8 @@ public:
         LoginRequired,
         SessionExpired,
         LoginFailed,
+        TooManyAttempts, ///< %1: minutes to wait
+        TooManyLogins,
         OldPasswordWrong,
         PasswordInvalid, ///< %1: the limit
         PasswordsDiffer,

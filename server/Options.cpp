@@ -12,6 +12,8 @@ namespace {
 
 constexpr int maxSessionHours = 24 * 366;
 constexpr int maxSimulateSeconds = 3600;
+constexpr int maxLoginAttempts = 100000;
+constexpr int maxLoginWindow = 24 * 3600;
 
 /// What was typed may hold the password of a database in any place.
 Options refusal(const QString& text)
@@ -81,6 +83,16 @@ Options Options::parse(const QStringList& arguments)
         QStringLiteral("demo"), QStringLiteral("Adds the practitioner \"demo\" with a dozen patients, once."));
     const QCommandLineOption hours(QStringLiteral("session-hours"), QStringLiteral("How long a login lasts."),
                                    QStringLiteral("HOURS"), QStringLiteral("168"));
+    const QCommandLineOption attempts(
+        QStringLiteral("login-attempts"),
+        QStringLiteral("How many passwords for one name may be wrong from one address, until further ones are refused "
+                       "for a while; %1 times as many for one name from anywhere, %2 times as many from one address.")
+            .arg(LoginAttempts::Limits::accountFactor)
+            .arg(LoginAttempts::Limits::addressFactor),
+        QStringLiteral("NUMBER"), QString::number(LoginAttempts::Limits::defaultAttempts));
+    const QCommandLineOption window(
+        QStringLiteral("login-window"), QStringLiteral("The while in which wrong passwords are counted."),
+        QStringLiteral("SECONDS"), QString::number(LoginAttempts::Limits::defaultWindowSeconds));
     const QCommandLineOption simulation(
         QStringLiteral("simulate-devices"),
         QStringLiteral("Carries out the commands to the remote devices in their place, to try the system without "
@@ -107,6 +119,7 @@ Options Options::parse(const QStringList& arguments)
                                          QStringLiteral("restore: also if there are patients in the database."));
     parser.addOptions({help, version, listen, file, demonstration, hours, simulation, pace, log, secret, tongue, state,
                        whole, overwriting});
+    parser.addOptions({attempts, window});
     parser.addPositionalArgument(
         QStringLiteral("command"), QStringLiteral("See above."),
         QStringLiteral("[practitioner add NAME | practitioner list | practitioner passwd NAME | backup FILE | restore "
@@ -162,7 +175,8 @@ Options Options::parse(const QStringList& arguments)
         }
     }
     if (!command.isEmpty()) {
-        for (const QCommandLineOption& option : {listen, demonstration, hours, simulation, pace, log}) {
+        for (const QCommandLineOption& option :
+             {listen, demonstration, hours, attempts, window, simulation, pace, log}) {
             if (parser.isSet(option))
                 return refusal(QStringLiteral("--%1 does not belong to a command").arg(option.names().constFirst()));
         }
@@ -203,6 +217,16 @@ Options Options::parse(const QStringList& arguments)
         return refusal(
             QStringLiteral("--log takes %1, not \"%2\"").arg(levels.join(QStringLiteral(", ")), parser.value(log)));
     options.log = RequestLog::Level(level);
+    options.loginLimits.attempts = parser.value(attempts).toInt(&sound);
+    if (!sound || options.loginLimits.attempts < 1 || options.loginLimits.attempts > maxLoginAttempts)
+        return refusal(QStringLiteral("--login-attempts takes a number from 1 to %1, not \"%2\"")
+                           .arg(maxLoginAttempts)
+                           .arg(parser.value(attempts)));
+    options.loginLimits.windowSeconds = parser.value(window).toInt(&sound);
+    if (!sound || options.loginLimits.windowSeconds < 1 || options.loginLimits.windowSeconds > maxLoginWindow)
+        return refusal(QStringLiteral("--login-window takes a number from 1 to %1, not \"%2\"")
+                           .arg(maxLoginWindow)
+                           .arg(parser.value(window)));
     options.demo = parser.isSet(demonstration);
     options.simulateDevices = parser.isSet(simulation);
     if (parser.isSet(pace) && !options.simulateDevices)

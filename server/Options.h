@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "server/LoginAttempts.h"
 #include "server/RequestLog.h"
 
 #include <QString>
@@ -30,6 +31,7 @@ struct Options
     QString database; ///< path of the SQLite file, or address of a PostgreSQL database
     int sessionHours = 24 * 7;
     RequestLog::Level log = RequestLog::Level::Requests;
+    LoginAttempts::Limits loginLimits;
     bool demo = false;
     bool simulateDevices = false;
     int simulateSeconds = 3; ///< from a command until it is complete

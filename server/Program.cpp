@@ -125,7 +125,7 @@ int Program::run(const QStringList& arguments)
 
 int Program::serve(Database& database, const Options& options)
 {
-    Api api(database, options.sessionHours);
+    Api api(database, options.sessionHours, options.loginLimits);
     Health health(api, database);
     LineWriter& log = LineWriter::errors();
     Metrics metrics(health, database, log);

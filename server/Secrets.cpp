@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "server/Secrets.h"
 
-#include <QSemaphore>
-
 #include <sodium.h>
 
 #include <atomic>
@@ -11,16 +9,7 @@ namespace server {
 
 namespace {
 
-// Each hash takes 64 MiB while it is computed.
-constexpr int hashesAtOnce = 2;
-
 std::atomic<quint64> hashed{0};
-
-QSemaphore& hashing()
-{
-    static QSemaphore semaphore(hashesAtOnce);
-    return semaphore;
-}
 
 QString randomText(int size)
 {
@@ -79,13 +68,11 @@ QString Secrets::fingerprint(const QString& text)
 
 QString Secrets::passwordHash(const QString& password)
 {
-    const QSemaphoreReleaser turn((hashing().acquire(), hashing()));
     return hashOf(password.toUtf8());
 }
 
 bool Secrets::passwordMatches(const QString& password, const QString& hash)
 {
-    const QSemaphoreReleaser turn((hashing().acquire(), hashing()));
     static const QByteArray stranger = hashOf(randomText(16).toLatin1()).toLatin1();
     const QByteArray known = hash.isNull() ? stranger : hash.toLatin1();
     const QByteArray text = password.toUtf8();

@@ -24,7 +24,8 @@ public:
     /// BLAKE2b-256 in hexadecimal digits, to find a text again without keeping it.
     static QString fingerprint(const QString& text);
 
-    /// Argon2id with a salt of its own. Null if there is not enough memory.
+    /// Argon2id with a salt of its own. Null if there is not enough memory. This and the next take 64 MiB meanwhile:
+    /// who may be one of many takes a turn of the HashingQueue before.
     static QString passwordHash(const QString& password);
     /// Takes as long for a null `hash` (an account that does not exist) as for any other.
     static bool passwordMatches(const QString& password, const QString& hash);

@@ -46,8 +46,12 @@ Reply Wire::message(int status, const QString& sentence)
 
 Reply Wire::failed(const Failure& failure, const QString& language)
 {
-    if (failure.errors().isEmpty())
-        return message(failure.status(), failure.message(language));
+    if (failure.errors().isEmpty()) {
+        Reply reply = message(failure.status(), failure.message(language));
+        if (failure.retryAfter() > 0)
+            reply.headers.append({"Retry-After", QByteArray::number(failure.retryAfter())});
+        return reply;
+    }
     QJsonArray errors;
     for (const Failure::FieldError& error : failure.errors()) {
         QString sentence = Messages::text(error.message, language);

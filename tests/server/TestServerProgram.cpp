@@ -110,7 +110,8 @@ void TestServerProgram::helps()
         QCOMPARE(outcome.errors, QByteArray());
         for (const char* word :
              {"--listen", "--database", "--demo", "practitioner add", "practitioner list", "practitioner passwd",
-              "--password-file", "--version", "--session-hours", "--simulate-devices", "--simulate-seconds", "--log"})
+              "--password-file", "--version", "--session-hours", "--login-attempts", "--login-window",
+              "--simulate-devices", "--simulate-seconds", "--log"})
             QVERIFY2(outcome.output.contains(word), word);
     }
 }
