@@ -1,336 +1,354 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "server/HttpServer.h"
 
-#include "server/ClientStream.h"
+#include "server/HttpConnection.h"
+#include "server/IpAddress.h"
+#include "server/MultipartForm.h"
 #include "server/RequestHandler.h"
+#include "server/TlsContext.h"
+
+#include <boost/asio/executor_work_guard.hpp>
+#include <boost/asio/io_context.hpp>
+#include <boost/asio/ip/v6_only.hpp>
+#include <boost/asio/post.hpp>
+#include <boost/asio/thread_pool.hpp>
+
+#include <QHash>
 
 #include <algorithm>
 #include <atomic>
-#include <cerrno>
-#include <cstring>
-#include <mutex>
-#include <optional>
-#include <thread>
+#include <cstdio>
+#include <exception>
+#include <unordered_map>
 
-#include <poll.h>
-#include <sys/socket.h>
-#include <unistd.h>
+#include <openssl/ssl.h>
+#include <sys/resource.h>
 
 namespace server {
 
+static_assert(HttpServer::maxHeadBytes == RequestHead::maxBytes &&
+              HttpServer::maxBodyBytes == RequestHead::maxBodyBytes);
+
 namespace {
 
-using Clock = ClientStream::Clock;
+namespace asio = boost::asio;
 
-constexpr int maxRequestsPerConnection = 1000;
-constexpr int backlog = 128;
-constexpr std::chrono::milliseconds stopCheck(50);
+using Error = boost::system::error_code;
+using Tcp = asio::ip::tcp;
 
-/// What is known of the request that the current thread is working on, where the library passes no context along.
-struct Exchange
+/// How long nothing is accepted after the system could not.
+constexpr std::chrono::milliseconds acceptPause(100);
+
+/// Failures of one connection, or of the moment, after which others can be accepted.
+bool passes(const Error& error)
 {
-    Exchange(socket_t socket, const std::atomic<bool>& stopping)
-        : stream(socket, stopping)
-    {
+    namespace e = boost::system::errc;
+    for (const auto code :
+         {e::connection_aborted, e::interrupted, e::protocol_error, e::too_many_files_open,
+          e::too_many_files_open_in_system, e::no_buffer_space, e::not_enough_memory, e::network_down,
+          e::network_unreachable, e::host_unreachable, e::no_protocol_option, e::operation_not_supported,
+          e::resource_unavailable_try_again, e::timed_out, e::operation_not_permitted}) {
+        if (error == code)
+            return true;
     }
-
-    ClientStream stream;
-    bool understood = false;    ///< the head was read
-    bool close = false;         ///< the connection ends with this reply
-    std::optional<int> refusal; ///< status to answer instead of reading the body
-    std::string target;         ///< as sent: path and query
-    std::string acceptLanguage;
-};
-
-thread_local Exchange* current = nullptr;
-
-/// Counts the connections that wait for a thread, so that idle ones can make room.
-class CountingPool : public httplib::ThreadPool
-{
-public:
-    CountingPool(size_t threads, std::atomic<int>& waiting)
-        : ThreadPool(threads)
-        , m_waiting(waiting)
-    {
-    }
-
-    void enqueue(std::function<void()> work) override
-    {
-        ++m_waiting;
-        ThreadPool::enqueue([this, work = std::move(work)] {
-            --m_waiting;
-            work();
-        });
-    }
-
-private:
-    std::atomic<int>& m_waiting;
-};
-
-QByteArray lowerCase(const std::string& text)
-{
-    return QByteArray(text.data(), int(text.size())).toLower();
+    return false;
 }
 
-QByteArray bytes(const std::string& text)
+bool isLoopback(const asio::ip::address& address)
 {
-    return QByteArray(text.data(), int(text.size()));
+    if (address.is_v6() && address.to_v6().is_v4_mapped())
+        return asio::ip::make_address_v4(asio::ip::v4_mapped, address.to_v6()).is_loopback();
+    return address.is_loopback();
 }
 
-bool isDecimal(const std::string& text)
+QByteArray textOf(const asio::ip::address& address)
 {
-    return !text.empty() && text.size() <= 18 &&
-           std::all_of(text.begin(), text.end(), [](char c) { return c >= '0' && c <= '9'; });
+    return IpAddress::normalized(QByteArray::fromStdString(address.to_string()));
+}
+
+/// Half of the files that the process may have open: the rest is the database's.
+int affordable(int connections)
+{
+    rlimit files{};
+    if (getrlimit(RLIMIT_NOFILE, &files) != 0 || files.rlim_cur == RLIM_INFINITY)
+        return connections;
+    return int(std::min<rlim_t>(rlim_t(connections), std::max<rlim_t>(files.rlim_cur / 2, 1)));
 }
 
 } // namespace
 
-class HttpServer::Impl : public httplib::Server
+/// All but handling the requests runs on the one thread in serve().
+class HttpServer::Impl : public HttpConnection::Owner
 {
 public:
-    Impl(RequestHandler& handler, std::chrono::milliseconds requestTime);
-    ~Impl() override;
+    Impl(RequestHandler& handler, const HttpSettings& settings);
 
     bool open(const QString& host, int port, QString& error);
     int port() const { return m_port; }
     bool serve();
     void end();
 
+    void handle(const std::shared_ptr<HttpConnection>& connection, Request request) override;
+    Reply refusal(int status, const QByteArray& acceptLanguage) override;
+    void idle(HttpConnection& connection) override;
+    void busy(HttpConnection& connection) override;
+    void closed(HttpConnection& connection) override;
+    bool stopping() const override { return m_stopped; }
+
 private:
-    bool process_and_close_socket(socket_t socket) override;
-    bool waitForRequest(const ClientStream& stream, bool first);
-    void prepare(httplib::Request& request);
-    void answer(const httplib::Request& request, httplib::Response& response);
-    void write(const Reply& reply, httplib::Response& response);
+    /// Of a connection: where it stands among the idle ones, or their end.
+    using Place = std::list<HttpConnection*>::iterator;
+
+    bool listenOn(const Tcp::endpoint& endpoint, Error& error);
+    void acceptNext();
+    void acceptAgain();
+    void admit(Tcp::socket socket);
+    /// Closes the one that has waited longest for a request, of this address if one is given.
+    bool closeIdle(const QByteArray& address = QByteArray());
+    void stopAll();
+    Reply answer(Request& request);
 
     RequestHandler& m_handler;
-    std::chrono::milliseconds m_requestTime;
+    HttpSettings m_settings;
     int m_port = 0;
-    std::mutex m_mutex; ///< stopping and the start of serving exclude each other
-    bool m_serving = false;
-    std::atomic<bool> m_stopping{false};
-    std::atomic<bool> m_served{false};
-    std::atomic<int> m_waiting{0};
+    std::atomic<bool> m_stopAsked{false};
+    bool m_stopped = false;
+    bool m_sound = true;
+    bool m_full = false; ///< nothing is accepted until there is room
+    std::unordered_map<HttpConnection*, Place> m_connections;
+    std::list<HttpConnection*> m_idle; ///< the one that waits longest first
+    QHash<QByteArray, int> m_perAddress;
+    // Its end destroys the connections that are left, which still report to what stands above.
+    asio::io_context m_io{1};
+    Tcp::acceptor m_acceptor{m_io};
+    asio::steady_timer m_pause{m_io};
+    std::unique_ptr<asio::thread_pool> m_workers;
 };
 
-HttpServer::Impl::Impl(RequestHandler& handler, std::chrono::milliseconds requestTime)
+HttpServer::Impl::Impl(RequestHandler& handler, const HttpSettings& settings)
     : m_handler(handler)
-    , m_requestTime(requestTime)
+    , m_settings(settings)
 {
-    new_task_queue = [this] { return new CountingPool(HttpServer::threads, m_waiting); };
-    // The library's default sets SO_REUSEPORT, under which a second server would quietly share the port.
-    set_socket_options([](socket_t socket) {
-        const int yes = 1;
-        ::setsockopt(socket, SOL_SOCKET, SO_REUSEADDR, &yes, sizeof yes);
-    });
-    set_tcp_nodelay(true);
-    set_write_timeout(std::chrono::seconds(HttpServer::requestSeconds));
-    set_keep_alive_max_count(maxRequestsPerConnection);
-    set_payload_max_length(HttpServer::maxBodyBytes);
-    set_pre_routing_handler([](const httplib::Request&, httplib::Response& response) {
-        if (!current->refusal)
-            return HandlerResponse::Unhandled;
-        response.status = *current->refusal;
-        return HandlerResponse::Handled;
-    });
-    set_expect_100_continue_handler([](const httplib::Request&, httplib::Response& response) {
-        response.status = current->refusal.value_or(-1);
-        return current->refusal.value_or(100);
-    });
-    // prepare() has put this path in place of every other: routing is the handler's, not that of regular expressions.
-    const auto handle = [this](const httplib::Request& request, httplib::Response& response) {
-        answer(request, response);
-    };
-    Get("/", handle);
-    Post("/", handle);
-    Put("/", handle);
-    Patch("/", handle);
-    Delete("/", handle);
-    Options("/", handle);
-    set_error_handler(Handler([this](const httplib::Request&, httplib::Response& response) {
-        if (response.body.empty())
-            write(m_handler.refuse(response.status, bytes(current->acceptLanguage)), response);
-    }));
-    set_exception_handler([this](const httplib::Request&, httplib::Response& response, const std::exception_ptr&) {
-        write(m_handler.refuse(500, bytes(current->acceptLanguage)), response);
-    });
-    set_post_routing_handler([](const httplib::Request&, httplib::Response& response) {
-        // Bytes left unread would be taken for the next request.
-        if (!current->understood || current->stream.allowed() > 0)
-            current->close = true;
-        if (current->close) {
-            response.headers.erase("Keep-Alive");
-            response.headers.erase("Connection");
-            response.set_header("Connection", "close");
-        }
-    });
 }
 
-HttpServer::Impl::~Impl()
+bool HttpServer::Impl::listenOn(const Tcp::endpoint& endpoint, Error& error)
 {
-    if (m_port != 0 && !m_serving)
-        ::close(svr_sock_);
+    Error ignored;
+    m_acceptor.close(ignored);
+    m_acceptor.open(endpoint.protocol(), error);
+    // For a restart on the same port, the connections of which still linger; a second server is refused nevertheless.
+    if (!error)
+        m_acceptor.set_option(Tcp::acceptor::reuse_address(true), error);
+    if (!error && endpoint.address().is_v6())
+        m_acceptor.set_option(asio::ip::v6_only(false), ignored);
+    if (!error)
+        m_acceptor.bind(endpoint, error);
+    if (!error)
+        m_acceptor.listen(asio::socket_base::max_listen_connections, error);
+    return !error;
 }
 
 bool HttpServer::Impl::open(const QString& host, int port, QString& error)
 {
-    const std::string name = host.toStdString();
-    errno = 0;
-    const int bound = port == 0 ? bind_to_any_port(name) : (bind_to_port(name, port) ? port : -1);
-    if (bound <= 0) {
-        const int reason = errno;
-        error = QStringLiteral("cannot listen on %1:%2: %3")
-                    .arg(host)
-                    .arg(port)
-                    .arg(reason == EADDRINUSE ? QStringLiteral("the port is already in use")
-                         : reason != 0        ? QString::fromLocal8Bit(std::strerror(reason))
-                                              : QStringLiteral("the address is not known here"));
+    const QString place = QStringLiteral("cannot listen on %1:%2: ").arg(host).arg(port);
+    Error reason;
+    const auto found = Tcp::resolver(m_io).resolve(host.toStdString(), std::to_string(port),
+                                                   Tcp::resolver::passive | Tcp::resolver::numeric_service, reason);
+    if (reason || found.empty()) {
+        error = place + QStringLiteral("the address is not known here");
         return false;
     }
-    ::listen(svr_sock_, backlog);
-    m_port = bound;
-    return true;
+    const bool local = std::all_of(found.begin(), found.end(),
+                                   [](const auto& entry) { return isLoopback(entry.endpoint().address()); });
+    if (!local && !m_settings.tls && !m_settings.plainBeyondLoopback) {
+        error =
+            place + QStringLiteral("other machines reach this address, and without TLS passwords and recordings would "
+                                   "be readable on the way; give --tls-certificate and --tls-key, or --plain-http");
+        return false;
+    }
+    for (const auto& entry : found) {
+        if (!listenOn(entry.endpoint(), reason))
+            continue;
+        m_port = m_acceptor.local_endpoint().port();
+        m_settings.connections = affordable(m_settings.connections);
+        return true;
+    }
+    error = place + (reason == asio::error::address_in_use ? QStringLiteral("the port is already in use")
+                                                           : QString::fromLocal8Bit(reason.message().c_str()));
+    return false;
 }
 
 bool HttpServer::Impl::serve()
 {
-    {
-        const std::lock_guard<std::mutex> lock(m_mutex);
-        if (m_stopping)
-            return true;
-        m_serving = true;
+    m_workers = std::make_unique<asio::thread_pool>(size_t(HttpServer::threads));
+    asio::post(m_io, [this] { acceptNext(); });
+    for (;;) {
+        try {
+            m_io.run();
+            break;
+        } catch (const std::exception& failure) {
+            // The connection that it came from is gone; the others go on.
+            std::fprintf(stderr, "quelmar-server: %s\n", failure.what());
+        }
     }
-    const bool sound = listen_after_bind();
-    m_served = true;
-    return sound;
+    m_workers->join();
+    return m_sound;
 }
 
 void HttpServer::Impl::end()
 {
-    {
-        const std::lock_guard<std::mutex> lock(m_mutex);
-        if (m_stopping.exchange(true) || !m_serving)
+    if (!m_stopAsked.exchange(true))
+        asio::post(m_io, [this] { stopAll(); });
+}
+
+void HttpServer::Impl::stopAll()
+{
+    m_stopped = true;
+    Error ignored;
+    m_acceptor.close(ignored);
+    m_pause.cancel();
+    std::vector<HttpConnection*> all;
+    for (const auto& entry : m_connections)
+        all.push_back(entry.first);
+    for (HttpConnection* connection : all)
+        connection->stop();
+}
+
+void HttpServer::Impl::acceptNext()
+{
+    if (m_stopped)
+        return;
+    // The next one needs a place, or somebody who makes one.
+    m_full = int(m_connections.size()) >= m_settings.connections && m_idle.empty();
+    if (m_full)
+        return;
+    m_acceptor.async_accept([this](const Error& error, Tcp::socket socket) {
+        if (m_stopped)
             return;
-    }
-    // The library forgets a stop that comes before its loop has started.
-    while (!m_served) {
-        if (is_running()) {
-            httplib::Server::stop();
-            return;
+        if (!error) {
+            admit(std::move(socket));
+            acceptNext();
+        } else if (passes(error)) {
+            closeIdle();
+            m_pause.expires_after(acceptPause);
+            m_pause.async_wait([this](const Error& cancelled) {
+                if (!cancelled)
+                    acceptNext();
+            });
+        } else {
+            m_sound = false;
+            stopAll();
         }
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    });
+}
+
+void HttpServer::Impl::acceptAgain()
+{
+    if (!m_full || m_stopped)
+        return;
+    m_full = false;
+    asio::post(m_io, [this] { acceptNext(); });
+}
+
+void HttpServer::Impl::admit(Tcp::socket socket)
+{
+    Error error;
+    const Tcp::endpoint client = socket.remote_endpoint(error);
+    if (error)
+        return;
+    const QByteArray address = textOf(client.address());
+    if (m_perAddress.value(address) >= m_settings.connectionsPerAddress &&
+        !m_settings.trustedProxies.contains(address) && !closeIdle(address))
+        return;
+    if (int(m_connections.size()) >= m_settings.connections && !closeIdle())
+        return;
+    SSL* session = nullptr;
+    if (m_settings.tls && !(session = m_settings.tls->newSession()))
+        return;
+    const auto connection = std::make_shared<HttpConnection>(*this, m_settings, std::move(socket), address, session);
+    m_connections.emplace(connection.get(), m_idle.end());
+    ++m_perAddress[address];
+    connection->start();
+}
+
+bool HttpServer::Impl::closeIdle(const QByteArray& address)
+{
+    const auto found = std::find_if(m_idle.begin(), m_idle.end(), [&address](const HttpConnection* connection) {
+        return address.isEmpty() || connection->address() == address;
+    });
+    if (found == m_idle.end())
+        return false;
+    (*found)->close();
+    return true;
+}
+
+void HttpServer::Impl::idle(HttpConnection& connection)
+{
+    busy(connection);
+    m_connections.at(&connection) = m_idle.insert(m_idle.end(), &connection);
+    acceptAgain();
+}
+
+void HttpServer::Impl::busy(HttpConnection& connection)
+{
+    const auto entry = m_connections.find(&connection);
+    if (entry == m_connections.end() || entry->second == m_idle.end())
+        return;
+    m_idle.erase(entry->second);
+    entry->second = m_idle.end();
+}
+
+void HttpServer::Impl::closed(HttpConnection& connection)
+{
+    busy(connection);
+    if (m_connections.erase(&connection) == 0)
+        return;
+    const auto count = m_perAddress.find(connection.address());
+    if (--count.value() == 0)
+        m_perAddress.erase(count);
+    acceptAgain();
+}
+
+void HttpServer::Impl::handle(const std::shared_ptr<HttpConnection>& connection, Request request)
+{
+    asio::post(*m_workers, [this, connection, request = std::move(request),
+                            running = asio::make_work_guard(m_io)]() mutable {
+        Reply reply = answer(request);
+        // The connection is not let go of on this thread.
+        asio::post(m_io, [connection = std::move(connection), reply = std::move(reply)] { connection->reply(reply); });
+    });
+}
+
+Reply HttpServer::Impl::answer(Request& request)
+{
+    const QByteArray language = request.header("accept-language");
+    try {
+        if (request.multipart) {
+            const auto parts = MultipartForm::parse(request.header("content-type"), request.body);
+            if (!parts)
+                return refusal(400, language);
+            request.parts = *parts;
+            request.body.clear();
+        }
+        return m_handler.handle(request);
+    } catch (...) {
+        return refusal(500, language);
     }
 }
 
-bool HttpServer::Impl::process_and_close_socket(socket_t socket)
+Reply HttpServer::Impl::refusal(int status, const QByteArray& acceptLanguage)
 {
-    Exchange exchange(socket, m_stopping);
-    current = &exchange;
-    bool sound = true;
-    for (int i = 0; i < maxRequestsPerConnection && waitForRequest(exchange.stream, i == 0); ++i) {
-        exchange.understood = false;
-        exchange.refusal.reset();
-        exchange.acceptLanguage.clear();
-        exchange.close = i == maxRequestsPerConnection - 1;
-        exchange.stream.begin(HttpServer::maxHeadBytes, Clock::now() + m_requestTime);
-        bool closeAsked = false;
-        sound = process_request(exchange.stream, exchange.close, closeAsked,
-                                [this](httplib::Request& request) { prepare(request); });
-        if (!sound || closeAsked || exchange.close || exchange.stream.broken())
-            break;
-    }
-    if (!exchange.stream.broken())
-        exchange.stream.drain();
-    current = nullptr;
-    ::shutdown(socket, SHUT_RDWR);
-    ::close(socket);
-    return sound;
-}
-
-bool HttpServer::Impl::waitForRequest(const ClientStream& stream, bool first)
-{
-    if (stream.hasBuffered())
-        return true;
-    const auto deadline = Clock::now() + std::chrono::seconds(HttpServer::keepAliveSeconds);
-    for (;;) {
-        pollfd entry{stream.socket(), POLLIN, 0};
-        const int ready = poll(&entry, 1, int(stopCheck.count()));
-        if (ready > 0)
-            return true;
-        if ((ready < 0 && errno != EINTR) || m_stopping || Clock::now() >= deadline || (!first && m_waiting > 0))
-            return false;
+    try {
+        return m_handler.refuse(status, acceptLanguage);
+    } catch (...) {
+        Reply bare;
+        bare.status = status;
+        return bare;
     }
 }
 
-void HttpServer::Impl::prepare(httplib::Request& request)
-{
-    Exchange& exchange = *current;
-    exchange.understood = true;
-    exchange.target = request.target;
-    exchange.acceptLanguage = request.get_header_value("Accept-Language");
-    request.path = "/";
-    if (request.version == "HTTP/1.0")
-        exchange.close = true;
-
-    const size_t lengths = request.get_header_value_count("Content-Length");
-    const std::string length = request.get_header_value("Content-Length");
-    if (request.has_header("Transfer-Encoding"))
-        exchange.refusal = 411;
-    else if (lengths > 1 || (lengths == 1 && !isDecimal(length)))
-        exchange.refusal = 400;
-    else if (lengths == 1 && std::stoull(length) > unsigned(HttpServer::maxBodyBytes))
-        exchange.refusal = 413;
-    else if (request.has_header("Content-Encoding"))
-        exchange.refusal = 415;
-
-    if (exchange.refusal) {
-        exchange.close = true;
-        exchange.stream.allow(0);
-    } else {
-        exchange.stream.allow(lengths == 1 ? std::stoull(length) : 0);
-        // Without a length the library would read until the client hangs up.
-        if (lengths == 0)
-            request.set_header("Content-Length", "0");
-    }
-
-    // Replies go out whole and uncompressed.
-    request.ranges.clear();
-    request.headers.erase("Accept-Encoding");
-}
-
-void HttpServer::Impl::answer(const httplib::Request& request, httplib::Response& response)
-{
-    Request plain;
-    plain.method = bytes(request.method);
-    const QByteArray target = bytes(current->target);
-    const int mark = target.indexOf('?');
-    plain.path = target.mid(0, mark);
-    if (mark >= 0)
-        plain.query = target.mid(mark + 1);
-    for (const auto& header : request.headers) {
-        const QByteArray name = lowerCase(header.first);
-        if (!plain.headers.contains(name))
-            plain.headers.insert(name, bytes(header.second));
-    }
-    plain.body = bytes(request.body);
-    plain.peer = bytes(request.remote_addr);
-    plain.arrived = Clock::now();
-    plain.multipart = request.is_multipart_form_data();
-    for (const auto& file : request.files)
-        plain.parts.append({bytes(file.second.name), bytes(file.second.content)});
-    write(m_handler.handle(plain), response);
-}
-
-void HttpServer::Impl::write(const Reply& reply, httplib::Response& response)
-{
-    response.status = reply.status;
-    for (const auto& header : reply.headers)
-        response.set_header(header.first.toStdString(), header.second.toStdString());
-    response.set_content(reply.body.constData(), size_t(reply.body.size()), reply.contentType.constData());
-}
-
-HttpServer::HttpServer(RequestHandler& handler, std::chrono::milliseconds requestTime)
-    : m_impl(std::make_unique<Impl>(handler, requestTime))
+HttpServer::HttpServer(RequestHandler& handler, const HttpSettings& settings)
+    : m_impl(std::make_unique<Impl>(handler, settings))
 {
 }
 

@@ -339,7 +339,9 @@ void TestServerHttp::hangsUpOnAnEndlessAddress()
 
 void TestServerHttp::hangsUpOnAnEndlessRequest()
 {
-    HttpServer hasty(*m_echo, std::chrono::milliseconds(300));
+    HttpSettings settings;
+    settings.requestTime = std::chrono::milliseconds(300);
+    HttpServer hasty(*m_echo, settings);
     QString error;
     QVERIFY(hasty.bind(QStringLiteral("127.0.0.1"), 0, error));
     std::thread running([&hasty] { hasty.run(); });
