@@ -101,7 +101,9 @@ private:
 
     bool listenOn(const Tcp::endpoint& endpoint, Error& error);
     void acceptNext();
-    void acceptAgain();
+    /// As soon as there is room for it.
+    void admitNewcomer();
+    void makeUseOfRoom();
     void admit(Tcp::socket socket);
     /// Closes the one that has waited longest for a request, of this address if one is given.
     bool closeIdle(const QByteArray& address = QByteArray());
@@ -114,7 +116,6 @@ private:
     std::atomic<bool> m_stopAsked{false};
     bool m_stopped = false;
     bool m_sound = true;
-    bool m_full = false; ///< nothing is accepted until there is room
     std::unordered_map<HttpConnection*, Place> m_connections;
     std::list<HttpConnection*> m_idle; ///< the one that waits longest first
     QHash<QByteArray, int> m_perAddress;
@@ -122,6 +123,7 @@ private:
     asio::io_context m_io{1};
     Tcp::acceptor m_acceptor{m_io};
     asio::steady_timer m_pause{m_io};
+    std::optional<Tcp::socket> m_newcomer; ///< waits for room; meanwhile nothing else is accepted
     std::unique_ptr<asio::thread_pool> m_workers;
 };
 
@@ -207,6 +209,7 @@ void HttpServer::Impl::stopAll()
     Error ignored;
     m_acceptor.close(ignored);
     m_pause.cancel();
+    m_newcomer.reset();
     std::vector<HttpConnection*> all;
     for (const auto& entry : m_connections)
         all.push_back(entry.first);
@@ -218,16 +221,12 @@ void HttpServer::Impl::acceptNext()
 {
     if (m_stopped)
         return;
-    // The next one needs a place, or somebody who makes one.
-    m_full = int(m_connections.size()) >= m_settings.connections && m_idle.empty();
-    if (m_full)
-        return;
     m_acceptor.async_accept([this](const Error& error, Tcp::socket socket) {
         if (m_stopped)
             return;
         if (!error) {
-            admit(std::move(socket));
-            acceptNext();
+            m_newcomer.emplace(std::move(socket));
+            admitNewcomer();
         } else if (passes(error)) {
             closeIdle();
             m_pause.expires_after(acceptPause);
@@ -242,12 +241,20 @@ void HttpServer::Impl::acceptNext()
     });
 }
 
-void HttpServer::Impl::acceptAgain()
+void HttpServer::Impl::admitNewcomer()
 {
-    if (!m_full || m_stopped)
+    if (m_stopped || !m_newcomer || (int(m_connections.size()) >= m_settings.connections && !closeIdle()))
         return;
-    m_full = false;
-    asio::post(m_io, [this] { acceptNext(); });
+    Tcp::socket socket = std::move(*m_newcomer);
+    m_newcomer.reset();
+    admit(std::move(socket));
+    acceptNext();
+}
+
+void HttpServer::Impl::makeUseOfRoom()
+{
+    if (!m_stopped && m_newcomer)
+        asio::post(m_io, [this] { admitNewcomer(); });
 }
 
 void HttpServer::Impl::admit(Tcp::socket socket)
@@ -259,8 +266,6 @@ void HttpServer::Impl::admit(Tcp::socket socket)
     const QByteArray address = textOf(client.address());
     if (m_perAddress.value(address) >= m_settings.connectionsPerAddress &&
         !m_settings.trustedProxies.contains(address) && !closeIdle(address))
-        return;
-    if (int(m_connections.size()) >= m_settings.connections && !closeIdle())
         return;
     SSL* session = nullptr;
     if (m_settings.tls && !(session = m_settings.tls->newSession()))
@@ -286,7 +291,7 @@ void HttpServer::Impl::idle(HttpConnection& connection)
 {
     busy(connection);
     m_connections.at(&connection) = m_idle.insert(m_idle.end(), &connection);
-    acceptAgain();
+    makeUseOfRoom();
 }
 
 void HttpServer::Impl::busy(HttpConnection& connection)
@@ -306,7 +311,7 @@ void HttpServer::Impl::closed(HttpConnection& connection)
     const auto count = m_perAddress.find(connection.address());
     if (--count.value() == 0)
         m_perAddress.erase(count);
-    acceptAgain();
+    makeUseOfRoom();
 }
 
 void HttpServer::Impl::handle(const std::shared_ptr<HttpConnection>& connection, Request request)

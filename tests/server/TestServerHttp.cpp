@@ -2,15 +2,22 @@
 #include "server/HttpServer.h"
 #include "server/RequestHandler.h"
 
+#include <QSemaphore>
 #include <QTcpSocket>
 #include <QTest>
 
+#include <algorithm>
 #include <atomic>
+#include <cerrno>
 #include <chrono>
 #include <memory>
 #include <stdexcept>
 #include <thread>
 #include <vector>
+
+#include <arpa/inet.h>
+#include <sys/socket.h>
+#include <unistd.h>
 
 using namespace server;
 
@@ -24,6 +31,25 @@ public:
     {
         if (request.path == "/throw")
             throw std::runtime_error("inner secret");
+        if (request.path == "/large") {
+            Reply large;
+            large.body = QByteArray(largeBytes, 'x');
+            ++handled;
+            return large;
+        }
+        if (request.path == "/wait") {
+            ++handled;
+            proceed.acquire();
+        }
+        if (request.path == "/headers") {
+            Reply reply;
+            reply.headers = {{"X-One", "1"},
+                             {"X-Broken", "a\r\nX-Injected: b"},
+                             {"X-Bare", "a\nX-Injected: b"},
+                             {"X-Na\r\nX-Injected: me", "b"},
+                             {"X-Two", "2"}};
+            return reply;
+        }
         ++handled;
         if (request.path == "/about") {
             const bool timely = request.arrived >= since && request.arrived <= std::chrono::steady_clock::now();
@@ -48,9 +74,114 @@ public:
         return reply;
     }
 
+    /// Much more than the system keeps of a reply that nobody reads.
+    static constexpr int largeBytes = 32 * 1024 * 1024;
+
+    QSemaphore proceed; ///< what "/wait" waits for
     const std::chrono::steady_clock::time_point since = std::chrono::steady_clock::now();
     std::atomic<int> handled{0};
 };
+
+/// A server with settings of its own, which ends with it.
+class Running
+{
+public:
+    Running(RequestHandler& handler, const HttpSettings& settings)
+        : m_server(handler, settings)
+    {
+        QString error;
+        if (!m_server.bind(QStringLiteral("127.0.0.1"), 0, error))
+            qFatal("%s", qPrintable(error));
+        m_thread = std::thread([this] { m_server.run(); });
+    }
+    ~Running()
+    {
+        m_server.stop();
+        m_thread.join();
+    }
+
+    HttpServer& server() { return m_server; }
+    int port() const { return m_server.port(); }
+
+private:
+    HttpServer m_server;
+    std::thread m_thread;
+};
+
+/// A client that does nothing by itself: QTcpSocket would read.
+class Raw
+{
+public:
+    /// Connects from this address.
+    explicit Raw(int port, const char* from = "127.0.0.1")
+        : m_socket(::socket(AF_INET, SOCK_STREAM, 0))
+    {
+        sockaddr_in address{};
+        address.sin_family = AF_INET;
+        inet_pton(AF_INET, from, &address.sin_addr);
+        connected = ::bind(m_socket, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0;
+        address.sin_port = htons(quint16(port));
+        inet_pton(AF_INET, "127.0.0.1", &address.sin_addr);
+        connected = connected && ::connect(m_socket, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0;
+    }
+    ~Raw() { ::close(m_socket); }
+    Raw(const Raw&) = delete;
+    Raw& operator=(const Raw&) = delete;
+
+    bool send(const QByteArray& bytes)
+    {
+        return ::send(m_socket, bytes.constData(), size_t(bytes.size()), MSG_NOSIGNAL) == bytes.size();
+    }
+    /// Tells that nothing more is sent.
+    void finish() { ::shutdown(m_socket, SHUT_WR); }
+    /// Neither closed nor answered.
+    bool hangs() const
+    {
+        char byte = 0;
+        return ::recv(m_socket, &byte, 1, MSG_PEEK | MSG_DONTWAIT) < 0 && (errno == EAGAIN || errno == EWOULDBLOCK);
+    }
+    /// Everything up to the server's end of the connection.
+    QByteArray all()
+    {
+        QByteArray received;
+        std::vector<char> buffer(256 * 1024);
+        for (ssize_t got = 1; got > 0;) {
+            got = ::recv(m_socket, buffer.data(), buffer.size(), 0);
+            received.append(buffer.data(), int(std::max<ssize_t>(got, 0)));
+        }
+        return received;
+    }
+    /// As much as there is, and at least so much unless the connection ends.
+    QByteArray some(int bytes)
+    {
+        QByteArray received;
+        char buffer[4096];
+        while (received.size() < bytes) {
+            const ssize_t got = ::recv(m_socket, buffer, sizeof buffer, 0);
+            if (got <= 0)
+                break;
+            received.append(buffer, int(got));
+        }
+        return received;
+    }
+
+    bool connected = false;
+
+private:
+    int m_socket;
+};
+
+using Raws = std::vector<std::unique_ptr<Raw>>;
+
+const QByteArray closing = "Connection: close\r\n\r\n";
+
+/// The whole answer on a connection of its own.
+QByteArray asked(int port, const QByteArray& path, const char* from = "127.0.0.1")
+{
+    Raw client(port, from);
+    client.send("GET " + path + " HTTP/1.1\r\n" + closing);
+    return client.all();
+}
 
 } // namespace
 
@@ -84,6 +215,23 @@ private slots:
     void exceptionsAreNotTold();
     void servesMoreClientsThanThreads();
     void stopsBeforeItRuns();
+
+    void answersBesideSlowClients();
+    void cutsSlowClientsOff_data();
+    void cutsSlowClientsOff();
+    void cutsReadersOff();
+    void sendsLargeReplies();
+    void takesManyPipelinedRequests();
+    void answersWhatEndsTooSoon();
+    void makesRoomForConnections();
+    void waitsForRoom();
+    void limitsAnAddress();
+    void believesProxies_data();
+    void believesProxies();
+    void breaksNoHead();
+    void answersWhatWasReadBeforeTheStop();
+    void keepsToLoopback_data();
+    void keepsToLoopback();
 
 private:
     std::unique_ptr<QTcpSocket> connected();
@@ -475,6 +623,323 @@ void TestServerHttp::stopsBeforeItRuns()
     HttpServer second(echo);
     QVERIFY(!second.bind(QStringLiteral("127.0.0.1"), m_server->port(), error));
     QVERIFY2(error.contains(QLatin1String("already in use")), qPrintable(error));
+}
+
+void TestServerHttp::answersBesideSlowClients()
+{
+    HttpSettings settings;
+    settings.connections = 500;
+    settings.connectionsPerAddress = 500;
+    Running slowed(*m_echo, settings);
+    constexpr int each = 3 * HttpServer::threads;
+    Raws slow;
+    Raws heads;
+    Raws bodies;
+    Raws readers;
+    const QByteArray head = "GET /slow HTTP/1.1\r\nHost: x\r\n";
+    for (int i = 0; i < each; ++i) {
+        slow.push_back(std::make_unique<Raw>(slowed.port()));
+        heads.push_back(std::make_unique<Raw>(slowed.port()));
+        bodies.push_back(std::make_unique<Raw>(slowed.port()));
+        QVERIFY(bodies.back()->send("POST /slow HTTP/1.1\r\nContent-Length: 1000\r\n\r\n"));
+        readers.push_back(std::make_unique<Raw>(slowed.port()));
+        QVERIFY(readers.back()->send("GET /large HTTP/1.1\r\n\r\n"));
+    }
+    // All of them, although nobody has read any of it.
+    QTRY_COMPARE_WITH_TIMEOUT(m_echo->handled.load(), each, 60000);
+
+    for (int i = 0; i < head.size(); ++i) {
+        for (const auto& client : heads)
+            QVERIFY(client->send(head.mid(i, 1)));
+        for (const auto& client : bodies)
+            QVERIFY(client->send("x"));
+        QVERIFY(asked(slowed.port(), "/next").endsWith("GET|/next||||"));
+    }
+    for (const Raws* kind : {&slow, &heads, &bodies}) {
+        for (const auto& client : *kind)
+            QVERIFY(client->connected && client->hangs());
+    }
+    QCOMPARE(m_echo->handled.load(), each + head.size());
+    // They were not forgotten either.
+    QVERIFY(slow.back()->send("GET /1 HTTP/1.1\r\n" + closing));
+    QVERIFY(slow.back()->all().endsWith("GET|/1||||"));
+    QVERIFY(heads.back()->send(closing));
+    QVERIFY(heads.back()->all().endsWith("GET|/slow||||"));
+    QVERIFY(bodies.back()->send(QByteArray(1000 - head.size(), 'y')));
+    bodies.back()->finish();
+    QVERIFY(bodies.back()->all().endsWith("y||"));
+}
+
+void TestServerHttp::cutsSlowClientsOff_data()
+{
+    QTest::addColumn<QByteArray>("sent");
+    QTest::addColumn<QByteArray>("answer");
+    QTest::newRow("silent") << QByteArray() << QByteArray();
+    QTest::newRow("within the first line") << QByteArray("GET / HT") << QByteArray();
+    QTest::newRow("within the head") << QByteArray("GET / HTTP/1.1\r\nHost") << QByteArray("HTTP/1.1 400 ");
+    QTest::newRow("within the body") << QByteArray("PUT / HTTP/1.1\r\nContent-Length: 9\r\n\r\n12345678")
+                                     << QByteArray("HTTP/1.1 400 ");
+    QTest::newRow("after the request to go on")
+        << QByteArray("PUT / HTTP/1.1\r\nContent-Length: 9\r\nExpect: 100-continue\r\n\r\n")
+        << QByteArray("HTTP/1.1 100 Continue\r\n\r\nHTTP/1.1 400 ");
+    QTest::newRow("after a request") << QByteArray("GET /a HTTP/1.1\r\n\r\n") << QByteArray("HTTP/1.1 200 ");
+    QTest::newRow("within the next head") << QByteArray("GET /a HTTP/1.1\r\n\r\nGET") << QByteArray("HTTP/1.1 200 ");
+}
+
+void TestServerHttp::cutsSlowClientsOff()
+{
+    QFETCH(QByteArray, sent);
+    QFETCH(QByteArray, answer);
+    HttpSettings settings;
+    settings.requestTime = std::chrono::milliseconds(200);
+    settings.idleTime = std::chrono::milliseconds(200);
+    Running hasty(*m_echo, settings);
+    Raws clients;
+    for (int i = 0; i < 3 * HttpServer::threads; ++i) {
+        clients.push_back(std::make_unique<Raw>(hasty.port()));
+        QVERIFY(clients.back()->send(sent));
+    }
+    for (const auto& client : clients) {
+        const QByteArray received = client->all();
+        QVERIFY2(answer.isEmpty() ? received.isEmpty() : received.startsWith(answer), received.constData());
+        QCOMPARE(received.count("HTTP/1.1 "), answer.count("HTTP/1.1 "));
+    }
+}
+
+void TestServerHttp::cutsReadersOff()
+{
+    HttpSettings settings;
+    settings.connections = 1;
+    settings.replyTime = std::chrono::milliseconds(200);
+    settings.replyRate = 1024 * 1024 * 1024;
+    Running hasty(*m_echo, settings);
+    Raw reader(hasty.port());
+    QVERIFY(reader.send("GET /large HTTP/1.1\r\n\r\n"));
+    QVERIFY(reader.some(1).startsWith("HTTP/1.1 200 OK"));
+    // There is room for this one when the other one has gone.
+    QVERIFY(asked(hasty.port(), "/next").endsWith("GET|/next||||"));
+    QVERIFY(reader.all().size() < Echo::largeBytes);
+}
+
+void TestServerHttp::sendsLargeReplies()
+{
+    const QByteArray reply = asked(m_server->port(), "/large");
+    QCOMPARE(reply.mid(reply.indexOf("\r\n\r\n") + 4), QByteArray(Echo::largeBytes, 'x'));
+    QVERIFY(reply.contains("\r\nContent-Length: " + QByteArray::number(Echo::largeBytes) + "\r\n"));
+}
+
+void TestServerHttp::takesManyPipelinedRequests()
+{
+    QByteArray requests;
+    constexpr int count = 3000;
+    for (int i = 0; i < count; ++i)
+        requests += "POST /" + QByteArray::number(i) + " HTTP/1.1\r\nContent-Length: 3\r\n\r\nabc";
+    Raw client(m_server->port());
+    std::thread sending([&] { client.send(requests + "GET /last HTTP/1.1\r\n" + closing); });
+    const QByteArray replies = client.all();
+    sending.join();
+    QCOMPARE(replies.count("HTTP/1.1 200 OK"), count + 1);
+    int at = 0;
+    for (int i = 0; i < count; ++i) {
+        at = replies.indexOf("POST|/" + QByteArray::number(i) + "||abc||", at);
+        QVERIFY2(at > 0, "an answer is missing, or out of order");
+    }
+    QVERIFY(replies.endsWith("GET|/last||||"));
+}
+
+void TestServerHttp::answersWhatEndsTooSoon()
+{
+    for (const char* sent : {"PUT / HTTP/1.1\r\nContent-Length: 9\r\n\r\nabc", "GET / HTTP/1.1\r\nHost: x\r\n"}) {
+        Raw client(m_server->port());
+        QVERIFY(client.send(sent));
+        client.finish();
+        QVERIFY(client.all().startsWith("HTTP/1.1 400 "));
+    }
+    QCOMPARE(m_echo->handled.load(), 0);
+    Raw whole(m_server->port());
+    QVERIFY(whole.send("GET /whole HTTP/1.1\r\n\r\n"));
+    whole.finish();
+    QVERIFY(whole.all().endsWith("GET|/whole||||"));
+}
+
+void TestServerHttp::makesRoomForConnections()
+{
+    HttpSettings settings;
+    settings.connections = 4;
+    Running small(*m_echo, settings);
+    Raws idle;
+    for (int i = 0; i < 4; ++i) {
+        idle.push_back(std::make_unique<Raw>(small.port()));
+        QVERIFY(idle.back()->send("GET /idle HTTP/1.1\r\n\r\n"));
+        QVERIFY(idle.back()->some(1).startsWith("HTTP/1.1 200"));
+    }
+    // Now the second one has waited longest.
+    QVERIFY(idle.front()->send("GET /again HTTP/1.1\r\n\r\n"));
+    QVERIFY(idle.front()->some(1).startsWith("HTTP/1.1 200"));
+    QVERIFY(asked(small.port(), "/next").endsWith("GET|/next||||"));
+    QCOMPARE(idle.at(1)->all(), QByteArray());
+    for (const int open : {0, 2, 3})
+        QVERIFY(idle.at(size_t(open))->hangs());
+}
+
+void TestServerHttp::waitsForRoom()
+{
+    HttpSettings settings;
+    settings.connections = 4;
+    Running small(*m_echo, settings);
+    Raws busy;
+    for (int i = 0; i < 4; ++i) {
+        busy.push_back(std::make_unique<Raw>(small.port()));
+        QVERIFY(busy.back()->send("GET /wait HTTP/1.1\r\n\r\n"));
+    }
+    QTRY_COMPARE(m_echo->handled.load(), 4);
+    Raw next(small.port());
+    QVERIFY(next.connected);
+    QVERIFY(next.send("GET /wait HTTP/1.1\r\n" + closing));
+    QTest::qWait(100);
+    QCOMPARE(m_echo->handled.load(), 4);
+    // The first to be answered waits for another request, and makes room therefore.
+    m_echo->proceed.release(5);
+    QVERIFY(next.all().endsWith("GET|/wait||||"));
+    int closed = 0;
+    for (const auto& client : busy) {
+        QVERIFY(client->some(1).startsWith("HTTP/1.1 200"));
+        closed += client->hangs() ? 0 : 1;
+    }
+    QVERIFY(closed >= 1);
+}
+
+void TestServerHttp::limitsAnAddress()
+{
+    HttpSettings settings;
+    settings.connectionsPerAddress = 2;
+    Running fair(*m_echo, settings);
+    Raw first(fair.port());
+    QVERIFY(first.send("GET /idle HTTP/1.1\r\n\r\n"));
+    QVERIFY(first.some(1).startsWith("HTTP/1.1 200"));
+    Raw second(fair.port());
+    QVERIFY(second.send("GET /a"));
+    Raw third(fair.port());
+    QVERIFY(third.send("GET /b HTTP/1.1\r\nHo"));
+    // The idle one of the same address has made room, and then there is none to make any.
+    QCOMPARE(first.all(), QByteArray());
+    QCOMPARE(asked(fair.port(), "/next"), QByteArray());
+    QVERIFY(asked(fair.port(), "/next", "127.0.0.2").endsWith("GET|/next||||"));
+    QVERIFY(second.hangs() && third.hangs());
+    QVERIFY(third.send("st: x\r\n" + closing));
+    QVERIFY(third.all().endsWith("GET|/b||||"));
+    QTRY_VERIFY(asked(fair.port(), "/next").endsWith("GET|/next||||"));
+
+    settings.trustedProxies = {"127.0.0.1"};
+    Running behind(*m_echo, settings);
+    Raws many;
+    for (int i = 0; i < 5; ++i) {
+        many.push_back(std::make_unique<Raw>(behind.port()));
+        QVERIFY(many.back()->send("GET /many HTTP/1.1\r\nHo"));
+    }
+    QVERIFY(asked(behind.port(), "/next").endsWith("GET|/next||||"));
+    for (const auto& client : many)
+        QVERIFY(client->hangs());
+}
+
+void TestServerHttp::believesProxies_data()
+{
+    QTest::addColumn<QByteArray>("proxy");
+    QTest::addColumn<QByteArray>("headers");
+    QTest::addColumn<QByteArray>("peer");
+    const QByteArray told = "X-Forwarded-For: 192.0.2.7\r\n";
+    QTest::newRow("nobody trusted") << QByteArray() << told << QByteArray("127.0.0.1");
+    QTest::newRow("another one trusted") << QByteArray("127.0.0.2") << told << QByteArray("127.0.0.1");
+    const QByteArray proxy = "127.0.0.1";
+    QTest::newRow("nothing told") << proxy << QByteArray() << proxy;
+    QTest::newRow("one") << proxy << told << QByteArray("192.0.2.7");
+    QTest::newRow("the last") << proxy << QByteArray("X-Forwarded-For: 10.0.0.1, 192.0.2.8 ,192.0.2.9 \r\n")
+                              << QByteArray("192.0.2.9");
+    QTest::newRow("of several headers the last") << proxy << told + "x-forwarded-for: 192.0.2.10\r\n"
+                                                 << QByteArray("192.0.2.10");
+    QTest::newRow("IPv6") << proxy << QByteArray("X-Forwarded-For: 2001:DB8:0::0:1\r\n") << QByteArray("2001:db8::1");
+    QTest::newRow("IPv4 in IPv6") << proxy << QByteArray("X-Forwarded-For: ::FFFF:192.0.2.7\r\n")
+                                  << QByteArray("192.0.2.7");
+    QTest::newRow("a name") << proxy << QByteArray("X-Forwarded-For: client\r\n") << proxy;
+    QTest::newRow("nothing behind a comma") << proxy << QByteArray("X-Forwarded-For: 192.0.2.7,\r\n") << proxy;
+    QTest::newRow("with a port") << proxy << QByteArray("X-Forwarded-For: 192.0.2.7:80\r\n") << proxy;
+    QTest::newRow("too short") << proxy << QByteArray("X-Forwarded-For: 192.0.2\r\n") << proxy;
+}
+
+void TestServerHttp::believesProxies()
+{
+    QFETCH(QByteArray, proxy);
+    QFETCH(QByteArray, headers);
+    QFETCH(QByteArray, peer);
+    HttpSettings settings;
+    if (!proxy.isEmpty())
+        settings.trustedProxies = {proxy};
+    Running behind(*m_echo, settings);
+    Raw client(behind.port());
+    QVERIFY(client.send("GET /about HTTP/1.1\r\n" + headers + closing));
+    const QByteArray reply = client.all();
+    QVERIFY2(reply.contains("\r\nX-Peer: " + peer + "\r\n"), reply.constData());
+}
+
+void TestServerHttp::breaksNoHead()
+{
+    const QByteArray reply = exchange("GET /headers HTTP/1.1\r\n" + closing);
+    QVERIFY(reply.startsWith("HTTP/1.1 200 OK\r\n"));
+    QVERIFY(reply.contains("\r\nX-One: 1\r\n"));
+    QVERIFY(reply.contains("\r\nX-Two: 2\r\n"));
+    QVERIFY(!reply.contains("Injected"));
+}
+
+void TestServerHttp::answersWhatWasReadBeforeTheStop()
+{
+    const auto running = std::make_unique<Running>(*m_echo, HttpSettings());
+    Raws clients;
+    // More than there are threads: some have been read, but are not under way yet.
+    constexpr int count = HttpServer::threads + 5;
+    for (int i = 0; i < count; ++i) {
+        clients.push_back(std::make_unique<Raw>(running->port()));
+        QVERIFY(clients.back()->send("GET /wait HTTP/1.1\r\n\r\n"));
+    }
+    QTRY_COMPARE(m_echo->handled.load(), HttpServer::threads);
+    QVERIFY(asked(m_server->port(), "/other").endsWith("GET|/other||||"));
+    running->server().stop();
+    // The stop has come through when the idle are cut off.
+    m_echo->proceed.release(count);
+    for (const auto& client : clients) {
+        const QByteArray reply = client->all();
+        QVERIFY2(reply.endsWith("GET|/wait||||"), reply.constData());
+        QVERIFY(reply.contains("\r\nConnection: close\r\n"));
+    }
+}
+
+void TestServerHttp::keepsToLoopback_data()
+{
+    QTest::addColumn<QString>("host");
+    QTest::addColumn<bool>("plain");
+    QTest::addColumn<bool>("bound");
+    QTest::newRow("127.0.0.1") << QStringLiteral("127.0.0.1") << false << true;
+    QTest::newRow("another one") << QStringLiteral("127.8.9.10") << false << true;
+    QTest::newRow("localhost") << QStringLiteral("localhost") << false << true;
+    QTest::newRow("every address") << QStringLiteral("0.0.0.0") << false << false;
+    QTest::newRow("every address, IPv6") << QStringLiteral("::") << false << false;
+    QTest::newRow("every address, IPv4 in IPv6") << QStringLiteral("::ffff:0.0.0.0") << false << false;
+    QTest::newRow("of a network") << QStringLiteral("192.0.2.1") << false << false;
+    QTest::newRow("every address, allowed") << QStringLiteral("0.0.0.0") << true << true;
+}
+
+void TestServerHttp::keepsToLoopback()
+{
+    QFETCH(QString, host);
+    QFETCH(bool, plain);
+    QFETCH(bool, bound);
+    HttpSettings settings;
+    settings.plainBeyondLoopback = plain;
+    HttpServer server(*m_echo, settings);
+    QString error;
+    QCOMPARE(server.bind(host, 0, error), bound);
+    QVERIFY2(bound == error.isEmpty(), qPrintable(error));
+    QVERIFY(bound ||
+            (error.contains(QLatin1String("--tls-certificate")) && error.contains(QLatin1String("--plain-http"))));
 }
 
 QTEST_GUILESS_MAIN(TestServerHttp)
