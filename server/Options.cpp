@@ -2,6 +2,7 @@
 #include "server/Options.h"
 
 #include "server/DatabaseAddress.h"
+#include "server/IpAddress.h"
 
 #include <QCommandLineParser>
 #include <QStandardPaths>
@@ -53,6 +54,20 @@ bool readDatabase(const QString& text, QString& database)
     return true;
 }
 
+/// Numeric addresses, each value with one or several of them with commas between. False if one is none.
+bool readProxies(const QStringList& values, QVector<QByteArray>& proxies)
+{
+    for (const QString& value : values) {
+        const QStringList addresses = value.split(QLatin1Char(','));
+        for (const QString& address : addresses) {
+            proxies.append(IpAddress::normalized(address.trimmed().toUtf8()));
+            if (proxies.last().isEmpty())
+                return false;
+        }
+    }
+    return true;
+}
+
 } // namespace
 
 Options Options::parse(const QStringList& arguments)
@@ -73,6 +88,23 @@ Options Options::parse(const QStringList& arguments)
     const QCommandLineOption listen(QStringLiteral("listen"),
                                     QStringLiteral("Address to listen on; port 0 takes any free one."),
                                     QStringLiteral("HOST:PORT"), QStringLiteral("127.0.0.1:18620"));
+    const QCommandLineOption certificate(
+        QStringLiteral("tls-certificate"),
+        QStringLiteral(
+            "Speaks HTTPS with this certificate: a PEM file, with the chain behind it. Read again on SIGHUP."),
+        QStringLiteral("FILE"));
+    const QCommandLineOption key(QStringLiteral("tls-key"),
+                                 QStringLiteral("The key of the certificate: a PEM file without a passphrase."),
+                                 QStringLiteral("FILE"));
+    const QCommandLineOption plain(
+        QStringLiteral("plain-http"),
+        QStringLiteral(
+            "Listens without TLS where other machines reach it, too: behind a proxy, or on a network that is "
+            "trusted."));
+    const QCommandLineOption proxy(
+        QStringLiteral("trusted-proxy"),
+        QStringLiteral("Numeric address of a proxy whose X-Forwarded-For is believed; several with commas between."),
+        QStringLiteral("ADDRESS"));
     const QCommandLineOption file(
         QStringLiteral("database"),
         QStringLiteral("Where the data lie: sqlite:PATH, a file that is made if it is not there, or "
@@ -120,6 +152,7 @@ Options Options::parse(const QStringList& arguments)
     parser.addOptions({help, version, listen, file, demonstration, hours, simulation, pace, log, secret, tongue, state,
                        whole, overwriting});
     parser.addOptions({attempts, window});
+    parser.addOptions({certificate, key, plain, proxy});
     parser.addPositionalArgument(
         QStringLiteral("command"), QStringLiteral("See above."),
         QStringLiteral("[practitioner add NAME | practitioner list | practitioner passwd NAME | backup FILE | restore "
@@ -176,7 +209,7 @@ Options Options::parse(const QStringList& arguments)
     }
     if (!command.isEmpty()) {
         for (const QCommandLineOption& option :
-             {listen, demonstration, hours, attempts, window, simulation, pace, log}) {
+             {listen, certificate, key, plain, proxy, demonstration, hours, attempts, window, simulation, pace, log}) {
             if (parser.isSet(option))
                 return refusal(QStringLiteral("--%1 does not belong to a command").arg(option.names().constFirst()));
         }
@@ -205,6 +238,18 @@ Options Options::parse(const QStringList& arguments)
 
     if (!readAddress(parser.value(listen), options.host, options.port))
         return refusal(QStringLiteral("--listen takes HOST:PORT, not \"%1\"").arg(parser.value(listen)));
+    if (parser.isSet(certificate) != parser.isSet(key))
+        return refusal(QStringLiteral("--tls-certificate and --tls-key belong together"));
+    if (parser.isSet(certificate) && (parser.value(certificate).isEmpty() || parser.value(key).isEmpty()))
+        return refusal(QStringLiteral("--tls-certificate and --tls-key take a file each"));
+    if (parser.isSet(certificate) && parser.isSet(plain))
+        return refusal(QStringLiteral("--plain-http and --tls-certificate exclude each other"));
+    options.tlsCertificate = parser.value(certificate);
+    options.tlsKey = parser.value(key);
+    options.plainHttp = parser.isSet(plain);
+    if (!readProxies(parser.values(proxy), options.trustedProxies))
+        return refusal(QStringLiteral("--trusted-proxy takes numeric addresses, not \"%1\"")
+                           .arg(parser.values(proxy).join(QLatin1Char(','))));
     bool sound = false;
     options.sessionHours = parser.value(hours).toInt(&sound);
     if (!sound || options.sessionHours < 1 || options.sessionHours > maxSessionHours)

@@ -4,8 +4,10 @@
 #include "server/LoginAttempts.h"
 #include "server/RequestLog.h"
 
+#include <QByteArray>
 #include <QString>
 #include <QStringList>
+#include <QVector>
 
 namespace server {
 
@@ -27,8 +29,12 @@ struct Options
 
     Action action = Action::Serve;
     QString host = QStringLiteral("127.0.0.1");
-    int port = 18620; ///< 0: any free one
-    QString database; ///< path of the SQLite file, or address of a PostgreSQL database
+    int port = 18620;                   ///< 0: any free one
+    QString tlsCertificate;             ///< file; empty for plain HTTP
+    QString tlsKey;                     ///< file; as the certificate
+    bool plainHttp = false;             ///< also where other machines reach it
+    QVector<QByteArray> trustedProxies; ///< as IpAddress::normalized() gives them
+    QString database;                   ///< path of the SQLite file, or address of a PostgreSQL database
     int sessionHours = 24 * 7;
     RequestLog::Level log = RequestLog::Level::Requests;
     LoginAttempts::Limits loginLimits;

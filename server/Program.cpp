@@ -18,12 +18,15 @@
 #include "server/Secrets.h"
 #include "server/ServiceManager.h"
 #include "server/StopSignal.h"
+#include "server/TlsContext.h"
 
 #include <QCoreApplication>
 #include <QFileInfo>
 
 #include <atomic>
 #include <cstdio>
+#include <functional>
+#include <memory>
 #include <optional>
 
 #include <sys/stat.h>
@@ -47,10 +50,11 @@ int complain(const QString& text, int code = failed)
     return code;
 }
 
-QString address(const QString& host, int port)
+QString address(const QString& host, int port, bool tls)
 {
-    return (host.contains(QLatin1Char(':')) ? QStringLiteral("http://[%1]:%2") : QStringLiteral("http://%1:%2"))
-        .arg(host)
+    return QStringLiteral("%1://%2:%3")
+        .arg(tls ? QStringLiteral("https") : QStringLiteral("http"),
+             host.contains(QLatin1Char(':')) ? QStringLiteral("[%1]").arg(host) : host)
         .arg(port);
 }
 
@@ -60,6 +64,25 @@ QString described(const Backup::Counts& counts)
         .arg(counts.practitioners)
         .arg(counts.patients)
         .arg(counts.records);
+}
+
+/// Tells what clients will object to, if anything.
+void warn(const TlsContext& tls)
+{
+    const QString warning = tls.warning();
+    if (!warning.isEmpty())
+        complain(warning);
+}
+
+void reload(TlsContext& tls)
+{
+    QString error;
+    if (!tls.reload(error)) {
+        complain(error + QStringLiteral("; the certificate of before stays in use"));
+        return;
+    }
+    print(QStringLiteral("the certificate was read again"));
+    warn(tls);
 }
 
 /// What stands against it, or nothing.
@@ -130,12 +153,28 @@ int Program::serve(Database& database, const Options& options)
     LineWriter& log = LineWriter::errors();
     Metrics metrics(health, database, log);
     RequestLog requests(metrics, options.log, log);
-    HttpServer server(requests);
-    const StopSignal stop([&server] {
-        ServiceManager::tellStopping();
-        server.stop();
-    });
+    HttpSettings settings;
+    settings.plainBeyondLoopback = options.plainHttp;
+    settings.trustedProxies = options.trustedProxies;
     QString error;
+    std::shared_ptr<TlsContext> tls;
+    if (!options.tlsCertificate.isEmpty()) {
+        tls = TlsContext::load(options.tlsCertificate, options.tlsKey, error);
+        if (!tls)
+            return complain(error);
+        warn(*tls);
+        settings.tls = tls;
+    }
+    HttpServer server(requests, settings);
+    std::function<void()> hangUp;
+    if (tls)
+        hangUp = [&tls] { reload(*tls); };
+    const StopSignal stop(
+        [&server] {
+            ServiceManager::tellStopping();
+            server.stop();
+        },
+        hangUp);
     if (!server.bind(options.host, options.port, error))
         return complain(error);
     std::optional<DeviceSimulator> simulator;
@@ -143,7 +182,7 @@ int Program::serve(Database& database, const Options& options)
         simulator.emplace(database, std::chrono::seconds(options.simulateSeconds));
         print(QStringLiteral("remote devices are simulated"));
     }
-    print(QStringLiteral("listening on ") + address(options.host, server.port()));
+    print(QStringLiteral("listening on ") + address(options.host, server.port(), tls != nullptr));
     ServiceManager::tellReady();
     if (!server.run())
         return complain(QStringLiteral("no more connections could be accepted"));

@@ -13,26 +13,30 @@ namespace {
 /// Ends the waiting thread without a call.
 constexpr int release = SIGUSR2;
 
-sigset_t awaited()
+sigset_t awaited(bool reloads)
 {
     sigset_t set;
     sigemptyset(&set);
     sigaddset(&set, SIGINT);
     sigaddset(&set, SIGTERM);
     sigaddset(&set, release);
+    if (reloads)
+        sigaddset(&set, SIGHUP);
     return set;
 }
 
 } // namespace
 
-StopSignal::StopSignal(std::function<void()> stop)
+StopSignal::StopSignal(std::function<void()> stop, std::function<void()> reload)
 {
-    const sigset_t set = awaited();
+    const sigset_t set = awaited(bool(reload));
     pthread_sigmask(SIG_BLOCK, &set, nullptr);
-    m_thread = std::thread([stop = std::move(stop)] {
-        const sigset_t signals = awaited();
+    m_thread = std::thread([stop = std::move(stop), reload = std::move(reload), set] {
         int signal = 0;
-        if (sigwait(&signals, &signal) == 0 && signal != release)
+        int failure = sigwait(&set, &signal);
+        for (; failure == 0 && signal == SIGHUP; failure = sigwait(&set, &signal))
+            reload();
+        if (failure == 0 && signal != release)
             stop();
     });
 }

@@ -6,13 +6,13 @@
 
 namespace server {
 
-/// Turns SIGINT and SIGTERM into a call. To be made before any other thread is started, so that no thread but its own
-/// takes these signals.
+/// Turns SIGINT and SIGTERM into a call, and SIGHUP into another one. To be made before any other thread is started, so
+/// that no thread but its own takes these signals.
 class StopSignal
 {
 public:
-    /// `stop` runs on a thread of its own, once at most.
-    explicit StopSignal(std::function<void()> stop);
+    /// Both run on a thread of its own, `stop` once at most and last. Without `reload`, SIGHUP is left alone.
+    explicit StopSignal(std::function<void()> stop, std::function<void()> reload = {});
     /// Ends that thread; the signals stay blocked.
     ~StopSignal();
     StopSignal(const StopSignal&) = delete;

@@ -74,7 +74,7 @@ void ServerProcess::launch(const QString& database, const QStringList& options)
 
 bool ServerProcess::waitUntilItListens()
 {
-    static const QRegularExpression line(QStringLiteral("^listening on (http://127\\.0\\.0\\.1:[1-9][0-9]*)$"),
+    static const QRegularExpression line(QStringLiteral("^listening on (https?://[0-9.]+:[1-9][0-9]*)$"),
                                          QRegularExpression::MultilineOption);
     QElapsedTimer waited;
     waited.start();
