@@ -19,7 +19,7 @@ namespace {
 namespace asio = boost::asio;
 
 constexpr std::chrono::milliseconds lingerTime(1000);
-constexpr size_t lingerBytes = 8 * 1024 * 1024;
+constexpr qint64 lingerBytes = 8 * 1024 * 1024;
 constexpr std::chrono::seconds stopTime(10);
 // Up to this size a reply goes out in one piece: with TLS, in one record.
 constexpr int joinedBytes = 16 * 1024;
@@ -115,7 +115,7 @@ void HttpConnection::afterRead(const Error& error, size_t size)
     } else if (error) {
         close();
     } else if (m_state == State::ReadingBody) {
-        const int part = int(std::min(size, size_t(m_head.length - m_body.size())));
+        const int part = int(std::min(size, size_t(m_head.length) - size_t(m_body.size())));
         m_body.append(m_chunk.data(), part);
         m_input.append(m_chunk.data() + part, int(size) - part);
         readBody();
@@ -173,9 +173,10 @@ void HttpConnection::takeHead(int size)
     } else if (!m_head.takesBody()) {
         // What was not asked for stays unread, and would be taken for the next request.
         m_head.keepAlive = m_head.keepAlive && m_head.length == 0;
+        m_unread = m_head.length - m_input.size();
         dispatch();
     } else {
-        m_body = m_input.left(m_head.length);
+        m_body = m_input.left(int(m_head.length));
         m_input.remove(0, m_body.size());
         if (m_head.expectsContinue && m_body.size() < m_head.length)
             askForBody();
@@ -243,6 +244,8 @@ QByteArray HttpConnection::sender() const
 
 void HttpConnection::refuse(int status)
 {
+    // In chunks there may come anything.
+    m_unread = status == 411 ? lingerBytes : m_head.length - m_body.size() - m_input.size();
     m_body = QByteArray();
     write(m_owner.refusal(status, m_head.acceptLanguage), true);
 }
@@ -304,7 +307,26 @@ void HttpConnection::linger()
         drain();
         return;
     }
-    // Fails at once if the client goes on sending, which is dropped then.
+    drainTls();
+}
+
+void HttpConnection::drainTls()
+{
+    // A client that is told of the end while it sends may never look at the reply.
+    if (m_unread > 0) {
+        m_tls->async_read_some(asio::buffer(m_chunk), [self = shared_from_this()](const Error& error, size_t size) {
+            if (self->m_state == State::Closed)
+                return;
+            self->m_unread -= qint64(size);
+            self->m_dropped += qint64(size);
+            if (error || self->m_dropped > lingerBytes)
+                self->close();
+            else
+                self->drainTls();
+        });
+        return;
+    }
+    // Fails at once if the client goes on sending nevertheless, which is dropped then.
     m_tls->async_shutdown([self = shared_from_this()](const Error&) {
         if (self->m_state == State::Closed)
             return;
@@ -319,7 +341,7 @@ void HttpConnection::drain()
     m_socket.async_read_some(asio::buffer(m_chunk), [self = shared_from_this()](const Error& error, size_t size) {
         if (self->m_state == State::Closed)
             return;
-        self->m_dropped += size;
+        self->m_dropped += qint64(size);
         if (error || self->m_dropped > lingerBytes)
             self->close();
         else

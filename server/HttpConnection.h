@@ -89,6 +89,7 @@ private:
     void write(const Reply& reply, bool close);
     void afterWrite(bool close);
     void linger();
+    void drainTls();
     void drain();
 
     void setDeadline(Clock::time_point time);
@@ -111,7 +112,8 @@ private:
     QByteArray m_body;
     QByteArray m_output; ///< the head of the reply, or with a short body all of it
     QByteArray m_outputBody;
-    size_t m_dropped = 0;
+    qint64 m_unread = 0; ///< of a body that is not wanted
+    qint64 m_dropped = 0;
 };
 
 } // namespace server

@@ -83,7 +83,7 @@ int objection(const RequestHead& head, const http::fields& fields)
     if (lengths > 1 || (lengths == 1 && !isDecimal(length)))
         return 400;
     const bool form = mediaType(head.headers.value("content-type")) == "application/x-www-form-urlencoded";
-    if (length.toLongLong() > (form ? RequestHead::maxFormBytes : RequestHead::maxBodyBytes))
+    if (head.length > (form ? RequestHead::maxFormBytes : RequestHead::maxBodyBytes))
         return 413;
     return head.headers.contains("content-encoding") ? 415 : 0;
 }
@@ -130,9 +130,8 @@ RequestHead RequestHead::parse(const QByteArray& bytes)
     head.acceptLanguage = head.headers.value("accept-language");
     head.keepAlive = message.version() > 10 && message.keep_alive();
     head.expectsContinue = message.version() > 10 && head.headers.value("expect").toLower() == "100-continue";
+    head.length = head.headers.value("content-length").toLongLong();
     head.refusal = objection(head, message.base());
-    if (head.refusal == 0)
-        head.length = head.headers.value("content-length").toInt();
     return head;
 }
 

@@ -22,7 +22,7 @@ struct RequestHead
     QByteArray target;
     QHash<QByteArray, QByteArray> headers; ///< names in lower case; of a repeated header the first value
     QByteArray forwardedFor;               ///< the last X-Forwarded-For
-    int length = 0;                        ///< of the body; it is left unread unless takesBody()
+    qint64 length = 0; ///< of the body, within its limit unless refused; it is left unread unless takesBody()
     bool keepAlive = false;
     bool expectsContinue = false;
 

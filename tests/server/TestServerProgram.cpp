@@ -111,7 +111,8 @@ void TestServerProgram::helps()
         for (const char* word :
              {"--listen", "--database", "--demo", "practitioner add", "practitioner list", "practitioner passwd",
               "--password-file", "--version", "--session-hours", "--login-attempts", "--login-window",
-              "--simulate-devices", "--simulate-seconds", "--log"})
+              "--simulate-devices", "--simulate-seconds", "--log", "--tls-certificate", "--tls-key", "--plain-http",
+              "--trusted-proxy", "--replace"})
             QVERIFY2(outcome.output.contains(word), word);
     }
 }
@@ -129,6 +130,21 @@ void TestServerProgram::refusesWrongOptions_data()
     QTest::newRow("unknown option") << QStringList{QStringLiteral("--port"), QStringLiteral("1")};
     QTest::newRow("no address") << QStringList{QStringLiteral("--listen"), QStringLiteral("here")};
     QTest::newRow("unknown command") << QStringList{QStringLiteral("serve")};
+    const QStringList certificate{QStringLiteral("--tls-certificate"), QStringLiteral("c.pem")};
+    const QStringList key{QStringLiteral("--tls-key"), QStringLiteral("k.pem")};
+    const QStringList empty{QStringLiteral("--tls-key"), QString()};
+    const QStringList plain{QStringLiteral("--plain-http")};
+    QTest::newRow("certificate without a key") << certificate;
+    QTest::newRow("key without a certificate") << key;
+    QTest::newRow("no file for the key") << certificate + empty;
+    QTest::newRow("TLS and plain HTTP") << certificate + key + plain;
+    QTest::newRow("TLS for a command") << certificate + key +
+                                              QStringList{QStringLiteral("practitioner"), QStringLiteral("list")};
+    const QString proxy = QStringLiteral("--trusted-proxy");
+    QTest::newRow("name of a proxy") << QStringList{proxy, QStringLiteral("localhost")};
+    QTest::newRow("half an address") << QStringList{proxy, QStringLiteral("127.0.0")};
+    QTest::newRow("no address of a proxy") << QStringList{proxy, QString()};
+    QTest::newRow("one proxy of two without an address") << QStringList{proxy, QStringLiteral("127.0.0.1,")};
     QTest::newRow("other engine") << QStringList{QStringLiteral("--database"), QStringLiteral("mysql://x/y")};
 }
 
