@@ -64,14 +64,23 @@ QJsonObject pageJson(const Patients::Page& page)
     return {{QStringLiteral("pages"), page.pages}, {QStringLiteral("data"), data}};
 }
 
+/// Empty if it is missing.
+QByteArray item(const FormBody& query, const char* key)
+{
+    const std::optional<QByteArray> value = query.bytes(key);
+    if (!value && query.contains(key))
+        throw Failure(400, Messages::BadQuery, QString::fromLatin1(key));
+    return value.value_or(QByteArray());
+}
+
 /// A whole number from the query, or the default if it is missing or empty.
 int number(const FormBody& query, const char* key, int minimum, int maximum, int byDefault)
 {
-    const std::optional<QByteArray> value = query.bytes(key);
-    if (!value || value->isEmpty())
+    const QByteArray value = item(query, key);
+    if (value.isEmpty())
         return byDefault;
     bool sound = false;
-    const int parsed = value->toInt(&sound);
+    const int parsed = value.toInt(&sound);
     if (!sound || parsed < minimum || parsed > maximum)
         throw Failure(400, Messages::BadQuery, QString::fromLatin1(key));
     return parsed;
@@ -80,7 +89,7 @@ int number(const FormBody& query, const char* key, int minimum, int maximum, int
 /// The place of the value in the list, or 0 if it is missing or empty.
 int choice(const FormBody& query, const char* key, const QList<QByteArray>& values)
 {
-    const QByteArray value = query.bytes(key).value_or(QByteArray());
+    const QByteArray value = item(query, key);
     if (value.isEmpty())
         return 0;
     const int place = values.indexOf(value);
@@ -235,7 +244,7 @@ Reply Api::filterPatients(const Call& call)
     query.field = PatientQuery::Field(choice(input, "searchby", {"name", "notes"}));
     query.size = number(input, "size", 1, maxPageSize, defaultPageSize);
     query.page = number(input, "current", 0, std::numeric_limits<int>::max(), 0);
-    const std::optional<QString> needle = Needle::decode(input.bytes("needle").value_or(QByteArray()));
+    const std::optional<QString> needle = Needle::decode(item(input, "needle"));
     if (!needle || needle->contains(QChar(QChar::Null)))
         throw Failure(400, Messages::BadQuery, QStringLiteral("needle"));
     if (needle->size() > maxNeedle)

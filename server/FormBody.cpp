@@ -20,14 +20,24 @@ int digit(char c)
 
 } // namespace
 
+bool FormBody::contains(const QByteArray& key) const
+{
+    return value(key).has_value();
+}
+
 std::optional<QByteArray> FormBody::bytes(const QByteArray& key) const
+{
+    const std::optional<QByteArray> found = value(key);
+    return found ? decoded(*found, true) : std::nullopt;
+}
+
+std::optional<QByteArray> FormBody::value(const QByteArray& key) const
 {
     for (const QByteArray& item : m_text.split('&')) {
         const int mark = item.indexOf('=');
         const std::optional<QByteArray> name = decoded(item.mid(0, mark), true);
-        if (item.isEmpty() || !name || *name != key)
-            continue;
-        return mark < 0 ? QByteArray("") : decoded(item.mid(mark + 1), true);
+        if (!item.isEmpty() && name && *name == key)
+            return mark < 0 ? QByteArray("") : item.mid(mark + 1);
     }
     return std::nullopt;
 }

@@ -19,6 +19,8 @@ public:
     {
     }
 
+    /// Whether there is an item of this key, be its value as it may.
+    bool contains(const QByteArray& key) const;
     /// The value of the first item of this key, with its escapes resolved; nothing if there is none, or
     /// if its escapes are wrong.
     std::optional<QByteArray> bytes(const QByteArray& key) const;
@@ -31,6 +33,9 @@ public:
     static std::optional<QString> utf8(const QByteArray& bytes);
 
 private:
+    /// With its escapes.
+    std::optional<QByteArray> value(const QByteArray& key) const;
+
     QByteArray m_text;
 };
 

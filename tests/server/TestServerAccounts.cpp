@@ -251,6 +251,7 @@ void TestServerAccounts::passwordsOfEveryKind_data()
     QTest::newRow("cyrillic") << QStringLiteral("пароль");
     QTest::newRow("signs") << QStringLiteral(" &=+%20\"'\\;-- ");
     QTest::newRow("beyond the first plane") << QString::fromUcs4(U"\U0001F511\U0001F512");
+    QTest::newRow("byte order mark") << QStringLiteral(u"\uFEFFsecret");
     QTest::newRow("the same again") << "secret";
 }
 

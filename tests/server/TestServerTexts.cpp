@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "server/DatabaseAddress.h"
+#include "server/Failure.h"
 #include "server/FormBody.h"
+#include "server/JsonInput.h"
 #include "server/Messages.h"
 #include "server/Needle.h"
 #include "server/Options.h"
@@ -21,6 +23,7 @@ private slots:
     void form_data();
     void form();
     void formThatIsWrong();
+    void jsonKeepsEveryCharacter();
     void needle_data();
     void needle();
     void needleOfEveryByte();
@@ -90,6 +93,27 @@ void TestServerTexts::formThatIsWrong()
     QVERIFY(!FormBody("username=%zz&").text("username").has_value());
     QVERIFY(!FormBody("username=%FF&").text("username").has_value());
     QVERIFY(!FormBody("username=%D0").text("username").has_value());
+    // What is there in a wrong form is not missing.
+    QVERIFY(FormBody("a&user%6Eame=%4&").contains("username"));
+    QVERIFY(FormBody("username").contains("username"));
+    QVERIFY(!FormBody("user=username&usernames=a&%").contains("username"));
+    // Of two, the first one counts, be it wrong.
+    QVERIFY(!FormBody("username=%&username=a").text("username").has_value());
+}
+
+void TestServerTexts::jsonKeepsEveryCharacter()
+{
+    const QByteArray byteOrderMark = "\xef\xbb\xbf";
+    for (const char* begin : {"", "a", "\\\"", "\\\\"}) {
+        const QByteArray text = begin + byteOrderMark + "b";
+        const JsonInput input("{\"key\":\"" + text + "\",\"" + byteOrderMark + "key\":\"other\"}");
+        const QString expected = QString::fromLatin1(begin).replace(QLatin1String("\\\""), QLatin1String("\""));
+        QCOMPARE(input.text("key"), QString(expected).replace(QLatin1String("\\\\"), QLatin1String("\\")) +
+                                        QChar(QChar::ByteOrderMark) + QLatin1Char('b'));
+    }
+    // In front of the whole it is no character.
+    QCOMPARE(JsonInput(byteOrderMark + "{\"key\":\"a\"}").text("key"), QStringLiteral("a"));
+    QVERIFY_EXCEPTION_THROWN(JsonInput("{\"key\"" + byteOrderMark + ":\"a\"}"), Failure);
 }
 
 void TestServerTexts::needle_data()
