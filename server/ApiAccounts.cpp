@@ -12,6 +12,8 @@
 
 #include <QJsonObject>
 
+#include <algorithm>
+
 namespace server {
 
 namespace {
@@ -20,10 +22,17 @@ namespace {
 std::optional<QString> tokenOf(const Request& request)
 {
     static const QByteArray scheme = QByteArrayLiteral("bearer ");
-    const QByteArray header = request.header("authorization").trimmed();
+    const QByteArray header = request.header("authorization");
     if (!header.toLower().startsWith(scheme))
         return std::nullopt;
-    return QString::fromLatin1(header.mid(scheme.size()).trimmed());
+    const QByteArray token = header.mid(scheme.size());
+    // trimmed() would also drop what is no blank.
+    const auto isBlank = [](char c) { return c == ' ' || c == '\t'; };
+    const auto begin = std::find_if_not(token.begin(), token.end(), isBlank);
+    const auto end = std::find_if(begin, token.end(), isBlank);
+    if (!std::all_of(end, token.end(), isBlank))
+        return std::nullopt;
+    return QString::fromLatin1(begin, int(end - begin));
 }
 
 /// For as many seconds, unless they are none.

@@ -82,6 +82,9 @@ int objection(const RequestHead& head, const http::fields& fields)
         return 411;
     if (lengths > 1 || (lengths == 1 && !isDecimal(length)))
         return 400;
+    // One of two would count here, and perhaps the other one for a proxy.
+    if (fields.count(http::field::authorization) > 1)
+        return 400;
     const bool form = mediaType(head.headers.value("content-type")) == "application/x-www-form-urlencoded";
     if (head.length > (form ? RequestHead::maxFormBytes : RequestHead::maxBodyBytes))
         return 413;

@@ -443,6 +443,9 @@ void TestServerHttp::refuses_data()
     QTest::newRow("length below 0") << post + "Content-Length: -1\r\n\r\n" << 400;
     QTest::newRow("length beyond all numbers") << post + "Content-Length: 99999999999999999999999\r\n\r\n" << 400;
     QTest::newRow("two lengths") << post + "Content-Length: 1\r\nContent-Length: 2\r\n\r\nab" << 400;
+    QTest::newRow("two authorizations") << QByteArray("GET / HTTP/1.1\r\nAuthorization: Bearer a\r\n"
+                                                      "authorization: Bearer a\r\n\r\n")
+                                        << 400;
     QTest::newRow("no request line") << QByteArray("hello\r\n\r\n") << 400;
     QTest::newRow("unknown method") << QByteArray("FETCH / HTTP/1.1\r\n\r\n") << 400;
     QTest::newRow("method without a meaning here") << QByteArray("TRACE / HTTP/1.1\r\n\r\n") << 400;
