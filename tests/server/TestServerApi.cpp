@@ -7,6 +7,7 @@
 #include <QDate>
 #include <QDateTime>
 #include <QJsonDocument>
+#include <QRegularExpression>
 #include <QSet>
 #include <QSqlQuery>
 #include <QTest>
@@ -100,6 +101,8 @@ private slots:
     void everyOperationNeedsASession_data();
     void everyOperationNeedsASession();
     void sessionsExpire();
+    void tellsWhenTheSessionExpires();
+    void tellsTheExpiryInLocalTime();
     void unknownAddresses_data();
     void unknownAddresses();
     void otherMethods();
@@ -394,6 +397,67 @@ void TestServerApi::sessionsExpire()
     const ApiClient::Answer unknown = m_client->get(QStringLiteral("/patient"));
     QVERIFY(unknown.failed(401));
     QVERIFY(expired.message() != unknown.message());
+}
+
+/// The client shows this text as it stands, and compares it with nothing: the server alone holds to it.
+void TestServerApi::tellsWhenTheSessionExpires()
+{
+    const auto told = [](const ApiClient::Answer& answer) {
+        return answer.object().value(QStringLiteral("expiredAt")).toString();
+    };
+    const auto stored = [this] {
+        return QDateTime::fromString(sql(QStringLiteral("SELECT MAX(expires_at) FROM sessions WHERE practitioner_id = "
+                                                        "(SELECT id FROM practitioners WHERE name = 'anna')"))
+                                         .toString(),
+                                     Qt::ISODateWithMs);
+    };
+    sql(QStringLiteral("DELETE FROM sessions"));
+    ServerProcess brief;
+    QVERIFY(brief.start(m_path, {QStringLiteral("--session-hours"), QStringLiteral("2")}));
+    const QVector<QPair<QString, qint64>> servers = {{brief.url(), 2 * 3600}, {m_server.url(), 168 * 3600}};
+    for (const auto& server : servers) {
+        ApiClient client(server.first);
+        const QDateTime before = QDateTime::currentDateTime();
+        const QString expiry = told(client.login(QStringLiteral("anna"), QStringLiteral("geheim")));
+        const QDateTime after = QDateTime::currentDateTime();
+        static const QRegularExpression form(
+            QStringLiteral("^\\d{4}-\\d\\d-\\d\\dT\\d\\d:\\d\\d:\\d\\d(Z|[+-]\\d\\d:\\d\\d)$"));
+        QVERIFY2(form.match(expiry).hasMatch(), qPrintable(expiry));
+        const QDateTime end = QDateTime::fromString(expiry, Qt::ISODate);
+        // It is told without the parts of a second.
+        QVERIFY(end > before.addSecs(server.second - 1));
+        QVERIFY(end <= after.addSecs(server.second));
+        QCOMPARE(end.toSecsSinceEpoch(), stored().toSecsSinceEpoch());
+        // Every server of a database holds to it.
+        for (const auto& other : servers) {
+            ApiClient same(other.first);
+            same.token = client.token;
+            QCOMPARE(same.get(QStringLiteral("/patient")).status, 200);
+        }
+    }
+    QCOMPARE(brief.stop(SIGTERM), 0);
+}
+
+void TestServerApi::tellsTheExpiryInLocalTime()
+{
+    const QByteArray zone = qgetenv("TZ");
+    qputenv("TZ", "NPT-5:45");
+    ServerProcess elsewhere;
+    const bool started = elsewhere.start(m_path);
+    if (zone.isNull())
+        qunsetenv("TZ");
+    else
+        qputenv("TZ", zone);
+    QVERIFY(started);
+    ApiClient client(elsewhere.url());
+    const QString expiry = client.login(QStringLiteral("anna"), QStringLiteral("geheim"))
+                               .object()
+                               .value(QStringLiteral("expiredAt"))
+                               .toString();
+    QVERIFY2(expiry.endsWith(QLatin1String("+05:45")), qPrintable(expiry));
+    const qint64 left = QDateTime::currentDateTime().secsTo(QDateTime::fromString(expiry, Qt::ISODate));
+    QVERIFY(left > 167 * 3600 && left <= 168 * 3600);
+    QCOMPARE(elsewhere.stop(SIGTERM), 0);
 }
 
 void TestServerApi::unknownAddresses_data()
@@ -753,9 +817,16 @@ void TestServerApi::filterRefuses_data()
     row("size=many", "size");
     row("size=1.5", "size");
     row("size=%00", "size");
+    row("size=%4", "size");
+    row("size=%&size=20", "size");
     row("current=-1", "current");
     row("current=2147483648", "current");
     row("current=x", "current");
+    row("current=%", "current");
+    row("sortby=%", "sortby");
+    row("direction=%zz", "direction");
+    row("searchby=%z", "searchby");
+    row("needle=%4", "needle");
     row("sortby=phone", "sortby");
     row("sortby=name;DROP%20TABLE%20patients", "sortby");
     row("direction=up", "direction");
