@@ -10,23 +10,7 @@
 
 #include <QHash>
 
-#include <algorithm>
-
 namespace server {
-
-namespace {
-
-constexpr int maxId = 64;
-
-} // namespace
-
-bool Known::isId(const QString& text)
-{
-    return !text.isEmpty() && text.size() <= maxId && std::all_of(text.begin(), text.end(), [](QChar c) {
-        return (c >= QLatin1Char('a') && c <= QLatin1Char('z')) || (c >= QLatin1Char('A') && c <= QLatin1Char('Z')) ||
-               (c >= QLatin1Char('0') && c <= QLatin1Char('9')) || c == QLatin1Char('-') || c == QLatin1Char('_');
-    });
-}
 
 Patient Known::patient(Patients& patients, const QString& id)
 {

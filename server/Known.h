@@ -9,6 +9,8 @@
 #include <QStringList>
 #include <QVector>
 
+#include <algorithm>
+
 namespace server {
 
 class JsonInput;
@@ -23,12 +25,21 @@ public:
     static constexpr int maxMarkers = 500;
     /// The most records that a request may name.
     static constexpr int maxRecords = 500;
+    /// The longest text that may be an id.
+    static constexpr int maxId = 64;
 
     Known() = delete;
 
     /// Every id that was ever given out looks like this; any other text is an unknown id, and no question for the
     /// database.
-    static bool isId(const QString& text);
+    static bool isId(const QString& text)
+    {
+        return !text.isEmpty() && text.size() <= maxId && std::all_of(text.begin(), text.end(), [](QChar c) {
+            return (c >= QLatin1Char('a') && c <= QLatin1Char('z')) ||
+                   (c >= QLatin1Char('A') && c <= QLatin1Char('Z')) ||
+                   (c >= QLatin1Char('0') && c <= QLatin1Char('9')) || c == QLatin1Char('-') || c == QLatin1Char('_');
+        });
+    }
     static Patient patient(Patients& patients, const QString& id);
     /// Where in `all`, the records of a patient, those of these ids stand, in the order of the ids; more than
     /// `maxRecords` are refused with status 400.
