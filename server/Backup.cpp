@@ -163,9 +163,12 @@ QHash<QString, qint64> copyTables(Database& from, Database& to, const std::atomi
         if (columns.isEmpty())
             throw Refusal{QStringLiteral("the table %1 is missing").arg(table)};
         Rows rows(to, table, columns);
+        // What an engine keeps for a practitioner is changed once for many rows, if those of one come together.
+        const QString owner = QStringLiteral("practitioner_id");
+        const QString order = columns.contains(owner) ? QStringLiteral(" ORDER BY ") + owner : QString();
         qint64& count = counts[table];
         read([&] {
-            from.read(QStringLiteral("SELECT %1 FROM %2").arg(columns.join(QStringLiteral(", ")), table),
+            from.read(QStringLiteral("SELECT %1 FROM %2%3").arg(columns.join(QStringLiteral(", ")), table, order),
                       [&](const QSqlQuery& row) {
                           if (interrupted)
                               throw Refusal{QStringLiteral("interrupted")};

@@ -102,6 +102,7 @@ public:
     QStringList tables();
     /// Those of a table that can be written, in their order.
     QStringList columns(const QString& table);
+    const Dialect& dialect() const { return *m_dialect; }
     /// A statement of a migration as the engine takes it.
     QString migrated(const QString& statement) const;
 

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "server/DatabaseError.h"
+#include "server/Statement.h"
 
 #include <QHash>
 #include <QSqlDatabase>
@@ -49,6 +50,17 @@ public:
     virtual QString selectTables() const = 0;
     /// Selects the names of the columns of the table "?" that can be written, in their order.
     virtual QString selectColumns() const = 0;
+
+    /// Makes what searches need: the table patient_texts, with the folded texts of all patients and an index of their
+    /// trigrams, and triggers that keep it and patient_counts as the table patients is. Both are filled from there.
+    virtual QStringList makePatientTexts() const = 0;
+    /// " FROM ... WHERE ..." with the patients "p" of a practitioner whose column, name_folded or notes_folded,
+    /// contains a folded text; the pattern is the same text for LIKE, with "\\" as ESCAPE.
+    virtual Statement patientsContaining(const QString& practitionerId, const QString& column, const QString& text,
+                                         const QString& pattern) const = 0;
+
+    /// What lets the engine read a database well whose content has just come all at once. Not within a transaction.
+    virtual QStringList afterFilling() const = 0;
 
     /// Starts a transaction that will write, and in which nothing changes that it has read. If it is to be alone, it
     /// waits for the others that write, and they for it: then none of them is in its way.

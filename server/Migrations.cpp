@@ -3,6 +3,7 @@
 
 #include "server/Database.h"
 #include "server/DatabaseError.h"
+#include "server/Dialect.h"
 
 #include <QDateTime>
 #include <QStringList>
@@ -12,9 +13,12 @@ namespace server {
 
 namespace {
 
+const QString patientTexts = QStringLiteral("{patient texts}");
+
 /// Times are stored as ISO 8601 texts in UTC with milliseconds, dates as ISO 8601 texts: they sort as text. An absent
 /// time is an empty text, as the engines disagree on where a null sorts. Columns have the types TEXT, INTEGER, REAL and
-/// {bytes}; truth is an INTEGER of 0 or 1.
+/// {bytes}; truth is an INTEGER of 0 or 1. What only one engine has stands in its dialect, and here under a name in
+/// braces.
 QVector<QStringList> steps()
 {
     return {
@@ -111,7 +115,19 @@ QVector<QStringList> steps()
                            "PRIMARY KEY (kind, subject))"),
             QStringLiteral("CREATE INDEX login_attempts_by_end ON login_attempts (window_ends)"),
         },
+        {
+            // How many there are is asked with each page of a list, and counting them would read them all.
+            QStringLiteral("CREATE TABLE patient_counts ("
+                           "practitioner_id TEXT NOT NULL PRIMARY KEY REFERENCES practitioners (id) ON DELETE CASCADE, "
+                           "patients INTEGER NOT NULL)"),
+            patientTexts,
+        },
     };
+}
+
+QStringList statementsOf(const Database& database, const QString& step)
+{
+    return step == patientTexts ? database.dialect().makePatientTexts() : QStringList(database.migrated(step));
 }
 
 } // namespace
@@ -152,12 +168,15 @@ QStringList Migrations::keptTables()
 
 QStringList Migrations::loginTables()
 {
-    return {QStringLiteral("sessions")};
+    return {QStringLiteral("sessions"), QStringLiteral("login_attempts")};
 }
 
 QStringList Migrations::derivedTables()
 {
-    return {};
+    return {QStringLiteral("patient_counts"),       QStringLiteral("patient_texts"),
+            QStringLiteral("patient_ranges"),       QStringLiteral("patient_search"),
+            QStringLiteral("patient_search_data"),  QStringLiteral("patient_search_idx"),
+            QStringLiteral("patient_search_config")};
 }
 
 bool Migrations::apply(Database& database, QString& error)
@@ -177,8 +196,10 @@ bool Migrations::apply(Database& database, QString& error)
                                              "applied_at TEXT NOT NULL)")));
     }
     for (int step = *found; step < all.size(); ++step) {
-        for (const QString& statement : all.at(step))
-            database.run(database.migrated(statement));
+        for (const QString& part : all.at(step)) {
+            for (const QString& statement : statementsOf(database, part))
+                database.run(statement);
+        }
         database.run(QStringLiteral("INSERT INTO schema_version (version, applied_at) VALUES (?, ?)"),
                      {step + 1, QDateTime::currentDateTimeUtc().toString(Qt::ISODateWithMs)});
     }

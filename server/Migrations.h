@@ -27,7 +27,7 @@ public:
     static QStringList keptTables();
     /// What only logins need: no backup holds it, and a restore empties it.
     static QStringList loginTables();
-    /// What the engine makes from other tables by itself.
+    /// What the engine makes from other tables by itself. Not each engine has all of them.
     static QStringList derivedTables();
 
     /// Runs the steps that are missing, all or none of them. False, with a reason, if the database is of a newer

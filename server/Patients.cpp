@@ -2,42 +2,40 @@
 #include "server/Patients.h"
 
 #include "server/Database.h"
+#include "server/PatientStatements.h"
 #include "server/Secrets.h"
 #include "server/TextKeys.h"
+
+#include <algorithm>
+#include <tuple>
+#include <vector>
 
 namespace server {
 
 namespace {
 
-constexpr QChar escape = QLatin1Char('\\');
-
-QString columns()
-{
-    return QStringLiteral("p.id, p.name, p.birth_date, p.gender, p.phone, p.notes, p.last_record_at, "
-                          "d.patient_id IS NOT NULL, p.device_enabled, c.name, c.complete");
-}
-
-QString source()
-{
-    return QStringLiteral(" FROM patients p LEFT JOIN devices d ON d.patient_id = p.id "
-                          "LEFT JOIN commands c ON c.patient_id = p.id");
-}
+using Column = PatientStatements::Column;
 
 Patient patientOf(const QSqlQuery& query)
 {
     Patient patient;
-    patient.id = query.value(0).toString();
-    patient.name = query.value(1).toString();
-    patient.birthDate = QDate::fromString(query.value(2).toString(), Qt::ISODate);
-    patient.gender = query.value(3).toString();
-    patient.phone = query.value(4).toString();
-    patient.notes = query.value(5).toString();
-    patient.lastRecordAt = QDateTime::fromString(query.value(6).toString(), Qt::ISODateWithMs);
-    patient.hasDevice = query.value(7).toBool();
-    patient.deviceEnabled = query.value(8).toBool();
-    patient.command = query.value(9).toString();
-    patient.commandComplete = query.value(10).toBool();
+    patient.id = query.value(Column::Id).toString();
+    patient.name = query.value(Column::Name).toString();
+    patient.birthDate = QDate::fromString(query.value(Column::BirthDate).toString(), Qt::ISODate);
+    patient.gender = query.value(Column::Gender).toString();
+    patient.phone = query.value(Column::Phone).toString();
+    patient.notes = query.value(Column::Notes).toString();
+    patient.lastRecordAt = QDateTime::fromString(query.value(Column::LastRecordAt).toString(), Qt::ISODateWithMs);
+    patient.hasDevice = query.value(Column::HasDevice).toBool();
+    patient.deviceEnabled = query.value(Column::DeviceEnabled).toBool();
+    patient.command = query.value(Column::Command).toString();
+    patient.commandComplete = query.value(Column::CommandComplete).toBool();
     return patient;
+}
+
+int pagesOf(qint64 total, int size)
+{
+    return size <= 0 ? 1 : int((total + size - 1) / size);
 }
 
 QVariantList fieldsOf(const Patient& patient)
@@ -53,40 +51,24 @@ QVariantList fieldsOf(const Patient& patient)
             TextKeys::sortKey(patient.notes)};
 }
 
-/// A pattern that finds the text anywhere, with what LIKE takes for wildcards taken literally.
-QString containing(const QString& text)
+/// What was found, in the order of the list: keys and ids sort as texts just as the engines sort their bytes.
+QVector<Patient> ordered(QSqlQuery& found, bool descending)
 {
-    QString pattern = text;
-    for (const QChar special : {escape, QChar(QLatin1Char('%')), QChar(QLatin1Char('_'))})
-        pattern.replace(special, QString(escape) + special);
-    return QLatin1Char('%') + pattern + QLatin1Char('%');
-}
-
-/// Every order ends with the id, so that rows which compare equal stand in one order on every page.
-QString orderOf(const PatientQuery& query)
-{
-    QString column;
-    bool descending = query.descending;
-    switch (query.sort) {
-    case PatientQuery::Sort::Name:
-        column = QStringLiteral("p.name_key");
-        break;
-    case PatientQuery::Sort::Age:
-        column = QStringLiteral("p.birth_date");
-        descending = !descending;
-        break;
-    case PatientQuery::Sort::Gender:
-        column = QStringLiteral("p.gender");
-        break;
-    case PatientQuery::Sort::Record:
-        column = QStringLiteral("p.last_record_at");
-        break;
-    case PatientQuery::Sort::Notes:
-        column = QStringLiteral("p.notes_key");
-        break;
-    }
-    const QString direction = descending ? QStringLiteral("DESC") : QStringLiteral("ASC");
-    return QStringLiteral(" ORDER BY %1 %2, p.id %2").arg(column, direction);
+    using Row = std::pair<QString, Patient>;
+    std::vector<Row> rows;
+    do {
+        rows.emplace_back(found.value(Column::Key).toString(), patientOf(found));
+    } while (found.next());
+    std::sort(rows.begin(), rows.end(), [descending](const Row& left, const Row& right) {
+        const Row& lower = descending ? right : left;
+        const Row& upper = descending ? left : right;
+        return std::tie(lower.first, lower.second.id) < std::tie(upper.first, upper.second.id);
+    });
+    QVector<Patient> patients;
+    patients.reserve(int(rows.size()));
+    for (Row& row : rows)
+        patients.append(std::move(row.second));
+    return patients;
 }
 
 } // namespace
@@ -97,46 +79,56 @@ Patients::Patients(Database& database, const QString& practitionerId)
 {
 }
 
+QSqlQuery Patients::run(const Statement& statement)
+{
+    return m_database.run(statement.text, statement.values);
+}
+
 Patients::Page Patients::list(const PatientQuery& query)
 {
-    QString condition = QStringLiteral(" WHERE p.practitioner_id = ?");
-    QVariantList values{m_practitionerId};
+    const PatientStatements statements(m_database.dialect(), m_practitionerId);
     const QString needle = TextKeys::folded(query.needle);
+    PatientQuery shown = query;
     if (!needle.isEmpty()) {
-        condition += query.field == PatientQuery::Field::Name
-                         ? QStringLiteral(" AND p.name_folded LIKE ? ESCAPE '\\'")
-                         : QStringLiteral(" AND p.notes_folded LIKE ? ESCAPE '\\'");
-        values.append(containing(needle));
+        Page page = rowsOf(statements.search(shown, needle), shown);
+        // The client goes back to its first page when a search leaves fewer pages than the one it stands on.
+        if (page.pages == 0 && shown.page > 0) {
+            shown.page = 0;
+            page = rowsOf(statements.search(shown, needle), shown);
+        }
+        return page;
     }
-
-    Page page;
+    if (shown.size <= 0)
+        return rowsOf(statements.all(shown), shown);
     qint64 total = 0;
     {
-        QSqlQuery counted = m_database.run(QStringLiteral("SELECT COUNT(*) FROM patients p") + condition, values);
+        QSqlQuery counted = run(statements.count());
         if (counted.next())
             total = counted.value(0).toLongLong();
     }
-    QString statement = QStringLiteral("SELECT ") + columns() + source() + condition + orderOf(query);
-    if (query.size > 0) {
-        page.pages = int((total + query.size - 1) / query.size);
-        statement += QStringLiteral(" LIMIT ? OFFSET ?");
-        // The client goes back to its first page when a search leaves fewer pages than the one it stands on.
-        const qint64 current = query.page < page.pages ? query.page : 0;
-        values << query.size << current * query.size;
-    } else {
-        page.pages = total > 0 ? 1 : 0;
-    }
-    QSqlQuery found = m_database.run(statement, values);
-    while (found.next())
-        page.rows.append(patientOf(found));
+    if (total == 0)
+        return Page();
+    if (shown.page >= pagesOf(total, shown.size))
+        shown.page = 0;
+    Page page = rowsOf(statements.page(shown, total), shown);
+    page.pages = pagesOf(total, shown.size);
+    return page;
+}
+
+Patients::Page Patients::rowsOf(const Statement& statement, const PatientQuery& query)
+{
+    Page page;
+    QSqlQuery found = run(statement);
+    if (!found.next())
+        return page;
+    page.pages = pagesOf(found.value(Column::Total).toLongLong(), query.size);
+    page.rows = ordered(found, PatientStatements::descends(query));
     return page;
 }
 
 std::optional<Patient> Patients::find(const QString& id)
 {
-    QSqlQuery query = m_database.run(QStringLiteral("SELECT ") + columns() + source() +
-                                         QStringLiteral(" WHERE p.id = ? AND p.practitioner_id = ?"),
-                                     {id, m_practitionerId});
+    QSqlQuery query = run(PatientStatements(m_database.dialect(), m_practitionerId).find(id));
     if (!query.next())
         return std::nullopt;
     return patientOf(query);
@@ -151,13 +143,27 @@ Patient Patients::add(const Patient& patient)
     added.deviceEnabled = true;
     added.command.clear();
     added.commandComplete = false;
-    QVariantList values = fieldsOf(added);
-    values << added.id << m_practitionerId << QString() << QDateTime::currentDateTimeUtc().toString(Qt::ISODateWithMs);
+    addAll({added});
+    return added;
+}
+
+void Patients::addAll(const QVector<Patient>& patients)
+{
+    if (patients.isEmpty())
+        return;
+    QStringList rows;
+    QVariantList values;
+    const QString now = QDateTime::currentDateTimeUtc().toString(Qt::ISODateWithMs);
+    for (const Patient& patient : patients) {
+        rows.append(QStringLiteral("(?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, '', ?)"));
+        values += fieldsOf(patient);
+        values << patient.id << m_practitionerId << now;
+    }
     m_database.run(QStringLiteral("INSERT INTO patients (name, birth_date, gender, phone, notes, name_folded, "
                                   "notes_folded, name_key, notes_key, id, practitioner_id, last_record_at, created_at) "
-                                  "VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?)"),
+                                  "VALUES ") +
+                       rows.join(QStringLiteral(", ")),
                    values);
-    return added;
 }
 
 std::optional<Patient> Patients::update(const Patient& patient)

@@ -3,7 +3,9 @@
 
 #include "server/Patient.h"
 #include "server/PatientQuery.h"
+#include "server/Statement.h"
 
+#include <QSqlQuery>
 #include <QVector>
 
 #include <optional>
@@ -30,6 +32,8 @@ public:
     std::optional<Patient> find(const QString& id);
     /// Stores a new patient under an id of its own, whatever id is given, without records and without a device.
     Patient add(const Patient& patient);
+    /// Stores new patients as add() does, but under the ids that they have, and all of them by one statement.
+    void addAll(const QVector<Patient>& patients);
     /// Stores everything but the time of the last record and the state of the device, and returns what is stored then;
     /// nothing if there is no such patient.
     std::optional<Patient> update(const Patient& patient);
@@ -37,6 +41,10 @@ public:
     bool remove(const QString& id);
 
 private:
+    QSqlQuery run(const Statement& statement);
+    /// Of a statement of PatientStatements; no pages if it finds nothing.
+    Page rowsOf(const Statement& statement, const PatientQuery& query);
+
     Database& m_database;
     QString m_practitionerId;
 };

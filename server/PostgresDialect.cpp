@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "server/PostgresDialect.h"
 
+#include "server/Trigrams.h"
+
 #include <QRegularExpression>
 #include <QSqlDriver>
 #include <QSqlField>
@@ -133,6 +135,105 @@ QString PostgresDialect::selectColumns() const
                           "JOIN pg_catalog.pg_namespace n ON n.oid = t.relnamespace "
                           "WHERE n.nspname = current_schema() AND t.relname = ? AND a.attnum > 0 "
                           "AND NOT a.attisdropped AND a.attgenerated = '' ORDER BY a.attnum");
+}
+
+QStringList PostgresDialect::makePatientTexts() const
+{
+    // Not in the table of patients itself: each upload changes a row there, and with it every index of the row. The
+    // practitioner is a part of each entry, so that a search reads what this one's patients have and nothing else,
+    // however many others there are. New entries wait in a list that each search reads through, hence its limit (KiB).
+    return {
+        QStringLiteral("CREATE TABLE patient_texts ("
+                       "patient_id text COLLATE \"C\" NOT NULL PRIMARY KEY REFERENCES patients (id) ON DELETE CASCADE, "
+                       "practitioner_id text COLLATE \"C\" NOT NULL, "
+                       "name_folded text COLLATE \"C\" NOT NULL, "
+                       "notes_folded text COLLATE \"C\" NOT NULL)"),
+        QStringLiteral("INSERT INTO patient_counts (practitioner_id, patients) "
+                       "SELECT practitioner_id, COUNT(*) FROM patients GROUP BY practitioner_id"),
+        QStringLiteral("INSERT INTO patient_texts (patient_id, practitioner_id, name_folded, notes_folded) "
+                       "SELECT id, practitioner_id, name_folded, notes_folded FROM patients"),
+        QStringLiteral("CREATE FUNCTION quelmar_trigrams(owner text, folded text) RETURNS text[] "
+                       "LANGUAGE plpgsql IMMUTABLE STRICT PARALLEL SAFE AS $$ "
+                       "DECLARE "
+                       "    signs text[] := string_to_array(folded, NULL); "
+                       "    runs text[] := '{}'; "
+                       "BEGIN "
+                       "    FOR i IN 1 .. COALESCE(array_length(signs, 1), 0) - 2 LOOP "
+                       "        runs[i] := owner || signs[i] || signs[i + 1] || signs[i + 2]; "
+                       "    END LOOP; "
+                       "    RETURN runs; "
+                       "END $$"),
+        QStringLiteral("CREATE INDEX patient_texts_by_practitioner ON patient_texts (practitioner_id)"),
+        QStringLiteral("CREATE INDEX patient_texts_by_name ON patient_texts "
+                       "USING gin (quelmar_trigrams(practitioner_id, name_folded)) "
+                       "WITH (gin_pending_list_limit = 128)"),
+        QStringLiteral("CREATE INDEX patient_texts_by_notes ON patient_texts "
+                       "USING gin (quelmar_trigrams(practitioner_id, notes_folded)) "
+                       "WITH (gin_pending_list_limit = 128)"),
+        QStringLiteral("CREATE FUNCTION quelmar_patients_added() RETURNS trigger LANGUAGE plpgsql AS $$ "
+                       "BEGIN "
+                       "    INSERT INTO patient_counts (practitioner_id, patients) "
+                       "    SELECT practitioner_id, COUNT(*) FROM added GROUP BY practitioner_id "
+                       "    ON CONFLICT (practitioner_id) "
+                       "    DO UPDATE SET patients = patient_counts.patients + excluded.patients; "
+                       "    INSERT INTO patient_texts (patient_id, practitioner_id, name_folded, notes_folded) "
+                       "    SELECT id, practitioner_id, name_folded, notes_folded FROM added; "
+                       "    RETURN NULL; "
+                       "END $$"),
+        QStringLiteral(
+            "CREATE FUNCTION quelmar_patients_removed() RETURNS trigger LANGUAGE plpgsql AS $$ "
+            "BEGIN "
+            "    UPDATE patient_counts c SET patients = c.patients - r.patients "
+            "    FROM (SELECT practitioner_id, COUNT(*) AS patients FROM removed GROUP BY practitioner_id) r "
+            "    WHERE c.practitioner_id = r.practitioner_id; "
+            "    RETURN NULL; "
+            "END $$"),
+        QStringLiteral("CREATE FUNCTION quelmar_patient_changed() RETURNS trigger LANGUAGE plpgsql AS $$ "
+                       "BEGIN "
+                       "    UPDATE patient_texts SET practitioner_id = NEW.practitioner_id, "
+                       "    name_folded = NEW.name_folded, notes_folded = NEW.notes_folded "
+                       "    WHERE patient_id = NEW.id; "
+                       "    IF NEW.practitioner_id <> OLD.practitioner_id THEN "
+                       "        UPDATE patient_counts SET patients = patients - 1 "
+                       "        WHERE practitioner_id = OLD.practitioner_id; "
+                       "        INSERT INTO patient_counts (practitioner_id, patients) VALUES (NEW.practitioner_id, 1) "
+                       "        ON CONFLICT (practitioner_id) DO UPDATE SET patients = patient_counts.patients + 1; "
+                       "    END IF; "
+                       "    RETURN NULL; "
+                       "END $$"),
+        QStringLiteral("CREATE TRIGGER patients_added AFTER INSERT ON patients REFERENCING NEW TABLE AS added "
+                       "FOR EACH STATEMENT EXECUTE FUNCTION quelmar_patients_added()"),
+        QStringLiteral("CREATE TRIGGER patients_removed AFTER DELETE ON patients REFERENCING OLD TABLE AS removed "
+                       "FOR EACH STATEMENT EXECUTE FUNCTION quelmar_patients_removed()"),
+        QStringLiteral("CREATE TRIGGER patients_changed "
+                       "AFTER UPDATE OF practitioner_id, name_folded, notes_folded ON patients FOR EACH ROW "
+                       "WHEN ((OLD.practitioner_id, OLD.name_folded, OLD.notes_folded) IS DISTINCT FROM "
+                       "(NEW.practitioner_id, NEW.name_folded, NEW.notes_folded)) "
+                       "EXECUTE FUNCTION quelmar_patient_changed()"),
+    };
+}
+
+Statement PostgresDialect::patientsContaining(const QString& practitionerId, const QString& column, const QString& text,
+                                              const QString& pattern) const
+{
+    const QString asked = Trigrams::asked(text);
+    const QString source = QStringLiteral(" FROM patient_texts t JOIN patients p ON p.id = t.patient_id WHERE ");
+    if (asked.isEmpty()) {
+        return {source + QStringLiteral("t.practitioner_id = ? AND p.practitioner_id = ? AND t.%1 LIKE ? ESCAPE '\\'")
+                             .arg(column),
+                {practitionerId, practitionerId, pattern}};
+    }
+    // The practitioner is compared in a way that no other index serves, so that the planner has nothing to guess.
+    return {source + QStringLiteral("quelmar_trigrams(t.practitioner_id, t.%1) @> quelmar_trigrams(?, ?) "
+                                    "AND t.practitioner_id || '' = ? AND t.%1 LIKE ? ESCAPE '\\'")
+                         .arg(column),
+            {practitionerId, asked, practitionerId, pattern}};
+}
+
+QStringList PostgresDialect::afterFilling() const
+{
+    // Until then an index alone does not tell which rows there are. The engine's own cleaning comes a minute later.
+    return {QStringLiteral("VACUUM ANALYZE")};
 }
 
 QStringList PostgresDialect::begin(bool alone) const

@@ -21,6 +21,10 @@ public:
     QString migrated(const QString& statement) const override;
     QString selectTables() const override;
     QString selectColumns() const override;
+    QStringList makePatientTexts() const override;
+    Statement patientsContaining(const QString& practitionerId, const QString& column, const QString& text,
+                                 const QString& pattern) const override;
+    QStringList afterFilling() const override;
     QStringList begin(bool alone) const override;
     QStringList beginMigration() const override;
     QStringList beginSnapshot() const override;

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "server/SqliteDialect.h"
 
+#include "server/Trigrams.h"
+
 #include <QDir>
 #include <QElapsedTimer>
 #include <QFileInfo>
@@ -20,6 +22,35 @@ constexpr int full = 13;
 constexpr int constraint = 19;
 
 constexpr int busyMilliseconds = 15000;
+
+/// Takes a patient out of the index, which has to be told the old texts, and out of the table of texts.
+QString forget(const QString& row)
+{
+    return QStringLiteral("INSERT INTO patient_search (patient_search, rowid, name_folded, notes_folded) "
+                          "SELECT 'delete', number, name_folded, notes_folded FROM patient_texts "
+                          "WHERE patient_id = %1.id; "
+                          "DELETE FROM patient_texts WHERE patient_id = %1.id; "
+                          "UPDATE patient_counts SET patients = patients - 1 "
+                          "WHERE practitioner_id = %1.practitioner_id; ")
+        .arg(row);
+}
+
+/// Counts a patient, and takes it in under the number behind the last one of its practitioner.
+QString learn(const QString& row)
+{
+    return QStringLiteral("INSERT INTO patient_counts (practitioner_id, patients) VALUES (%1.practitioner_id, 1) "
+                          "ON CONFLICT (practitioner_id) DO UPDATE SET patients = patients + 1; "
+                          "INSERT INTO patient_ranges (practitioner_id) VALUES (%1.practitioner_id) "
+                          "ON CONFLICT (practitioner_id) DO NOTHING; "
+                          "INSERT INTO patient_texts (number, patient_id, name_folded, notes_folded) "
+                          "SELECT COALESCE((SELECT MAX(t.number) FROM patient_texts t WHERE t.number "
+                          "BETWEEN r.number << 32 AND (r.number << 32) + 4294967295), r.number << 32) + 1, "
+                          "%1.id, %1.name_folded, %1.notes_folded "
+                          "FROM patient_ranges r WHERE r.practitioner_id = %1.practitioner_id; "
+                          "INSERT INTO patient_search (rowid, name_folded, notes_folded) "
+                          "SELECT number, name_folded, notes_folded FROM patient_texts WHERE patient_id = %1.id; ")
+        .arg(row);
+}
 
 } // namespace
 
@@ -92,6 +123,70 @@ QString SqliteDialect::selectColumns() const
 {
     // Columns that the engine computes are not among them.
     return QStringLiteral("SELECT name FROM pragma_table_info(?) ORDER BY cid");
+}
+
+QStringList SqliteDialect::makePatientTexts() const
+{
+    // The numbers of one practitioner's patients lie side by side, in a range of 2^32: the range alone is read, of the
+    // index as of the texts. Positions within a text would make the index half as large again and slower.
+    const QString learnt = learn(QStringLiteral("NEW"));
+    const QString forgotten = forget(QStringLiteral("OLD"));
+    return {
+        QStringLiteral("CREATE TABLE patient_ranges (number INTEGER PRIMARY KEY, practitioner_id TEXT NOT NULL UNIQUE "
+                       "REFERENCES practitioners (id) ON DELETE CASCADE)"),
+        QStringLiteral("CREATE TABLE patient_texts (number INTEGER PRIMARY KEY, patient_id TEXT NOT NULL UNIQUE, "
+                       "name_folded TEXT NOT NULL, notes_folded TEXT NOT NULL)"),
+        QStringLiteral("CREATE VIRTUAL TABLE patient_search USING fts5 (name_folded, notes_folded, "
+                       "content = 'patient_texts', content_rowid = 'number', columnsize = 0, detail = 'column', "
+                       "tokenize = 'trigram case_sensitive 1')"),
+        QStringLiteral("INSERT INTO patient_counts (practitioner_id, patients) "
+                       "SELECT practitioner_id, COUNT(*) FROM patients GROUP BY practitioner_id"),
+        QStringLiteral("INSERT INTO patient_ranges (practitioner_id) SELECT practitioner_id FROM patient_counts"),
+        QStringLiteral("INSERT INTO patient_texts (number, patient_id, name_folded, notes_folded) "
+                       "SELECT (r.number << 32) + ROW_NUMBER() OVER (PARTITION BY r.number ORDER BY p.id), p.id, "
+                       "p.name_folded, p.notes_folded FROM patients p "
+                       "JOIN patient_ranges r ON r.practitioner_id = p.practitioner_id"),
+        QStringLiteral("INSERT INTO patient_search (patient_search) VALUES ('rebuild')"),
+        QStringLiteral("CREATE TRIGGER patients_added AFTER INSERT ON patients BEGIN %1END").arg(learnt),
+        QStringLiteral("CREATE TRIGGER patients_removed AFTER DELETE ON patients BEGIN %1END").arg(forgotten),
+        QStringLiteral("CREATE TRIGGER patients_changed "
+                       "AFTER UPDATE OF id, practitioner_id, name_folded, notes_folded ON patients "
+                       "WHEN (OLD.id, OLD.practitioner_id, OLD.name_folded, OLD.notes_folded) IS NOT "
+                       "(NEW.id, NEW.practitioner_id, NEW.name_folded, NEW.notes_folded) BEGIN %1%2END")
+            .arg(forgotten, learnt)};
+}
+
+Statement SqliteDialect::patientsContaining(const QString& practitionerId, const QString& column, const QString& text,
+                                            const QString& pattern) const
+{
+    const QString asked = Trigrams::asked(text);
+    QStringList phrases;
+    const QStringList runs = asked.isEmpty() ? QStringList() : Trigrams::covering(asked);
+    for (QString run : runs)
+        phrases.append(QLatin1Char('"') + run.replace(QLatin1Char('"'), QLatin1String("\"\"")) + QLatin1Char('"'));
+    // CROSS JOIN settles the order: the range, what is found in it, and the rows of that alone.
+    if (phrases.isEmpty()) {
+        return {QStringLiteral(" FROM patient_ranges r CROSS JOIN patient_texts t CROSS JOIN patients p "
+                               "ON p.id = t.patient_id WHERE r.practitioner_id = ? "
+                               "AND t.number BETWEEN r.number << 32 AND (r.number << 32) + 4294967295 "
+                               "AND t.%1 LIKE ? ESCAPE '\\'")
+                    .arg(column),
+                {practitionerId, pattern}};
+    }
+    return {QStringLiteral(" FROM patient_ranges r CROSS JOIN patient_search CROSS JOIN patient_texts t "
+                           "ON t.number = patient_search.rowid CROSS JOIN patients p ON p.id = t.patient_id "
+                           "WHERE r.practitioner_id = ? AND patient_search MATCH ? "
+                           "AND patient_search.rowid BETWEEN r.number << 32 AND (r.number << 32) + 4294967295 "
+                           "AND t.%1 LIKE ? ESCAPE '\\'")
+                .arg(column),
+            {practitionerId, column + QStringLiteral(" : (") + phrases.join(QStringLiteral(" AND ")) + QLatin1Char(')'),
+             pattern}};
+}
+
+QStringList SqliteDialect::afterFilling() const
+{
+    // It has merged its index as it went, and its plans do not depend on what it knows of the tables.
+    return {};
 }
 
 QStringList SqliteDialect::begin(bool) const

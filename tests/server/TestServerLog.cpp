@@ -143,9 +143,8 @@ QSet<QByteArray> documentedOperations()
     QFile file(QStringLiteral(QUELMAR_SOURCE_DIR "/docs/server.md"));
     if (!file.open(QIODevice::ReadOnly))
         return {};
-    static const QRegularExpression row(
-        QStringLiteral("^\\| `(GET|POST|PUT|DELETE) (/[a-z/{}]*?)/?(\\?[^`]*)?` \\|"),
-        QRegularExpression::MultilineOption);
+    static const QRegularExpression row(QStringLiteral("^\\| `(GET|POST|PUT|DELETE) (/[a-z/{}]*?)/?(\\?[^`]*)?` \\|"),
+                                        QRegularExpression::MultilineOption);
     QSet<QByteArray> operations;
     auto match = row.globalMatch(QString::fromUtf8(file.readAll()));
     while (match.hasNext()) {

@@ -3,7 +3,6 @@
 #include "server/Database.h"
 #include "server/DatabaseError.h"
 #include "server/Demo.h"
-#include "server/Devices.h"
 #include "server/Migrations.h"
 #include "server/PatientQuery.h"
 #include "server/Patients.h"
@@ -34,7 +33,6 @@ private slots:
     void cleanup();
 
     void migratesOnce();
-    void addsDevicesToAnEarlierDatabase();
     void refusesANewerSchema();
     void refusesWhatIsNoDatabase();
     void refusesTheDatabaseOfAnotherProgram();
@@ -138,28 +136,6 @@ void TestServerStorage::migratesOnce()
     m_database = open();
     QVERIFY(m_database);
     QCOMPARE(count(QStringLiteral("schema_version")), Migrations::latest());
-}
-
-void TestServerStorage::addsDevicesToAnEarlierDatabase()
-{
-    Patients patients(*m_database, practitioner(QStringLiteral("anna")).id);
-    const QString id = patient(patients, QStringLiteral("Kept"), QStringLiteral("notes")).id;
-    // As it was before the last step.
-    for (const char* statement :
-         {"DROP TABLE commands", "DROP TABLE devices", "ALTER TABLE patients DROP COLUMN device_enabled",
-          "DELETE FROM schema_version WHERE version = (SELECT MAX(version) FROM schema_version)"})
-        m_database->run(QLatin1String(statement));
-    m_database.reset();
-    m_database = open();
-    QVERIFY(m_database);
-    QCOMPARE(count(QStringLiteral("schema_version")), Migrations::latest());
-    const Practitioner owner = Accounts(*m_database).find(QStringLiteral("anna")).value_or(Practitioner());
-    const std::optional<Patient> kept = Patients(*m_database, owner.id).find(id);
-    QVERIFY(kept.has_value());
-    QCOMPARE(kept->name, QStringLiteral("Kept"));
-    QVERIFY(kept->deviceEnabled);
-    QVERIFY(!kept->hasDevice);
-    QCOMPARE(Devices(*m_database, owner.id).bind(id, QStringLiteral("Q-1")), Devices::Binding::Bound);
 }
 
 void TestServerStorage::refusesANewerSchema()
