@@ -3,7 +3,7 @@
 
 namespace Constants {
 
-const char* const VERSION = "2021.3.0";
+const char* const VERSION = QUELMAR_VERSION;
 const char* const NAME = "Quelmar";
 const char* const ORG_NAME = "Quelmar Signal Systems";
 const char* const ORG_DOMAIN = "Wellness";
