@@ -74,6 +74,12 @@ QStringList ownIncludes(const QString& text)
     return includes;
 }
 
+/// The headers of the project's own widgets that a form builds.
+QStringList formIncludes(const QString& text)
+{
+    return captures(text, QStringLiteral(R"(<header(?:\s[^>]*)?>\s*([^<\s]+)\s*</header>)"));
+}
+
 QStringList systemIncludes(const QString& text)
 {
     return captures(text, QStringLiteral(R"(^\s*#\s*include\s*<([^>]+)>)"));
@@ -203,8 +209,12 @@ private slots:
     void findsClasses();
     void readsIncludeLines();
 
+    void readsForms();
     void keepsToItsFolders();
+    void formsKeepToTheirFolders();
     void includesFromTheRoot();
+    void marksItsOwnIncludes();
+    void keepsTheBackendToMultimedia();
     void hasNoCircle();
     void keepsWidgetsOutOfValues();
     void headsEachSourceWithItsLicence();
@@ -342,6 +352,13 @@ void TestIncludes::readsIncludeLines()
     QCOMPARE(systemIncludes(text), QStringList{QStringLiteral("QDir")});
 }
 
+void TestIncludes::readsForms()
+{
+    const QString text = QStringLiteral("<ui><customwidget>\n<header>patients/QPagination.h</header>\n"
+                                        "<header location=\"global\"> net/Http.h </header></customwidget></ui>");
+    QCOMPARE(formIncludes(text), (QStringList{QStringLiteral("patients/QPagination.h"), QStringLiteral("net/Http.h")}));
+}
+
 void TestIncludes::keepsToItsFolders()
 {
     QStringList found;
@@ -368,6 +385,76 @@ void TestIncludes::includesFromTheRoot()
             }
         }
     }
+    QVERIFY2(found.isEmpty(), lines(found).constData());
+}
+
+void TestIncludes::formsKeepToTheirFolders()
+{
+    QStringList found;
+    int forms = 0;
+    const QDir root(QStringLiteral(QUELMAR_SOURCE_DIR));
+    for (const QString& folder : sourceFolders()) {
+        QDirIterator files(root.filePath(folder), {QStringLiteral("*.ui")}, QDir::Files, QDirIterator::Subdirectories);
+        while (files.hasNext()) {
+            QFile file(files.next());
+            QVERIFY(file.open(QIODevice::ReadOnly));
+            const QString path = root.relativeFilePath(file.fileName());
+            const QString text = QString::fromUtf8(file.readAll());
+            ++forms;
+            const QStringList includes = formIncludes(text);
+            for (const QString& include : includes) {
+                if (!sources.contains(include) || !mayInclude(path, include)) {
+                    found.append(path + QStringLiteral(" may not know of ") + include);
+                }
+            }
+            // A form belongs to the class of its name, beside it.
+            if (!sources.contains(unit(path) + QStringLiteral(".h")) ||
+                captures(text, QStringLiteral("^ ?<class>(\\w+)</class>")).value(0) != files.fileInfo().baseName()) {
+                found.append(path + QStringLiteral(" is no form of the class beside it"));
+            }
+        }
+    }
+    QVERIFY(forms > 10);
+    QVERIFY2(found.isEmpty(), lines(found).constData());
+}
+
+void TestIncludes::marksItsOwnIncludes()
+{
+    // In angle brackets an include of the house would pass by the other checks.
+    QStringList found;
+    for (auto source = sources.cbegin(); source != sources.cend(); ++source) {
+        const QStringList includes = systemIncludes(source.value());
+        for (const QString& include : includes) {
+            if (sources.contains(include)) {
+                found.append(source.key() + QStringLiteral(" includes in angle brackets: ") + include);
+            }
+        }
+    }
+    QVERIFY2(found.isEmpty(), lines(found).constData());
+}
+
+void TestIncludes::keepsTheBackendToMultimedia()
+{
+    const QDir headers(QLibraryInfo::location(QLibraryInfo::HeadersPath));
+    QStringList found;
+    int includesOfQt = 0;
+    for (auto source = sources.cbegin(); source != sources.cend(); ++source) {
+        if (!source.key().startsWith(QLatin1String("signal/backend/"))) {
+            continue;
+        }
+        const QStringList includes = systemIncludes(source.value());
+        for (const QString& include : includes) {
+            if (!include.startsWith(QLatin1Char('Q'))) {
+                continue;
+            }
+            ++includesOfQt;
+            if (!headers.exists(QStringLiteral("QtCore/") + include) &&
+                !headers.exists(QStringLiteral("QtMultimedia/") + include)) {
+                found.append(source.key() + QStringLiteral(" knows more than sound: ") + include);
+            }
+        }
+    }
+    QVERIFY(includesOfQt > 10);
     QVERIFY2(found.isEmpty(), lines(found).constData());
 }
 
