@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include <QDir>
 #include <QDirIterator>
 #include <QFile>
+#include <QFileInfo>
 #include <QRegularExpression>
 #include <QSet>
 #include <QTest>
@@ -24,7 +26,7 @@ QStringList sorted(const QSet<QString>& names)
 
 } // namespace
 
-/// Holds docs/behaviour.md to the programs that exist.
+/// Holds docs/behaviour.md to the programs that exist, and every page's links to the files that exist.
 class TestBehaviourPage : public QObject
 {
     Q_OBJECT
@@ -32,6 +34,7 @@ class TestBehaviourPage : public QObject
 private slots:
     void namesEveryTestProgram();
     void namesOnlyRegisteredPrograms();
+    void linksLeadSomewhere();
 };
 
 void TestBehaviourPage::namesEveryTestProgram()
@@ -80,6 +83,56 @@ void TestBehaviourPage::namesOnlyRegisteredPrograms()
         }
     }
     QCOMPARE(missing, QStringList());
+}
+
+void TestBehaviourPage::linksLeadSomewhere()
+{
+    QStringList broken;
+    int count = 0;
+    for (const char* const folder : {"", "docs/", "languages/", "resources/"}) {
+        const QDir place(root + QLatin1Char('/') + QLatin1String(folder));
+        const QStringList pages = place.entryList({QStringLiteral("*.md")}, QDir::Files);
+        for (const QString& page : pages) {
+            QRegularExpressionMatchIterator links = QRegularExpression(QStringLiteral("\\]\\(([^)\\s]+)\\)"))
+                                                        .globalMatch(read(QLatin1String(folder) + page));
+            while (links.hasNext()) {
+                const QString link = links.next().captured(1);
+                if (link.contains(QLatin1String("://"))) {
+                    continue;
+                }
+                ++count;
+                const QString file = link.section(QLatin1Char('#'), 0, 0);
+                const QString target = place.filePath(file.isEmpty() ? page : file);
+                // A heading is known by its letters, digits and hyphens.
+                const QString heading = link.section(QLatin1Char('#'), 1);
+                QString text;
+                QFile opened(target);
+                if (opened.open(QIODevice::ReadOnly)) {
+                    text = QString::fromUtf8(opened.readAll());
+                }
+                bool found = QFileInfo::exists(target);
+                if (found && !heading.isEmpty()) {
+                    found = false;
+                    QRegularExpressionMatchIterator headings =
+                        QRegularExpression(QStringLiteral("^#+ (.*)$"), QRegularExpression::MultilineOption)
+                            .globalMatch(text);
+                    while (headings.hasNext()) {
+                        const QString anchor = headings.next()
+                                                   .captured(1)
+                                                   .toLower()
+                                                   .remove(QRegularExpression(QStringLiteral("[^\\w -]")))
+                                                   .replace(QLatin1Char(' '), QLatin1Char('-'));
+                        found = found || anchor == heading;
+                    }
+                }
+                if (!found) {
+                    broken.append(QLatin1String(folder) + page + QStringLiteral(" leads to ") + link);
+                }
+            }
+        }
+    }
+    QVERIFY(count > 20);
+    QCOMPARE(broken, QStringList());
 }
 
 QTEST_GUILESS_MAIN(TestBehaviourPage)
