@@ -7,11 +7,12 @@
 // CALLS is a file of system calls, one a line: all others fail with EPERM. FAMILIES are numbers of address families
 // with commas between them: no other sockets can be made. Beyond that there are no new privileges, no capabilities and
 // no other user than nobody (if it is started as root), no memory that can be written and executed, no new namespaces,
-// no core dump, and only the owner may read what is made.
+// no core dump, no longer life than that of whoever started it, and only the owner may read what is made.
 
 #include <seccomp.h>
 
 #include <cerrno>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
@@ -115,8 +116,9 @@ int main(int argc, char* argv[])
     limit(RLIMIT_CORE, 0);
     limit(RLIMIT_NOFILE, 4096);
     becomeNobody();
-    if (prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) != 0)
-        fail("no new privileges");
+    // A change of the user makes the system forget the first, if it was set before.
+    if (prctl(PR_SET_PDEATHSIG, SIGKILL, 0, 0, 0) != 0 || prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) != 0)
+        fail("prctl");
 
     const uint32_t refused = SCMP_ACT_ERRNO(EPERM);
     Filter sockets(SCMP_ACT_ALLOW);
