@@ -62,6 +62,8 @@ QVector<WalkedOperation> WalkedOperation::all()
         {"POST", "/recipe", Body::Json, recipe},
         {"POST", "/recipe/autospectrum", Body::Json, {patientId, recordId, {"deviceId", R"("")", Kind::Text, false}}},
         {"POST", "/export/excel", Body::Json, {patientId}},
+        {"GET", "/health", Body::None, {}, {}, true},
+        {"GET", "/metrics", Body::None, {}, {}, true},
     };
 }
 
