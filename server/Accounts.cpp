@@ -83,13 +83,18 @@ QString Accounts::objection(const Practitioner& practitioner, const QString& pas
 
 std::optional<Practitioner> Accounts::add(const Practitioner& practitioner, const QString& password)
 {
+    const QString hash = Secrets::passwordHash(password);
+    if (hash.isEmpty())
+        return std::nullopt;
+    return addHashed(practitioner, hash);
+}
+
+std::optional<Practitioner> Accounts::addHashed(const Practitioner& practitioner, const QString& hash)
+{
     Practitioner added = practitioner;
     added.id = Secrets::randomId();
     added.name = TextKeys::normalized(practitioner.name);
     added.fullName = TextKeys::normalized(practitioner.fullName);
-    const QString hash = Secrets::passwordHash(password);
-    if (hash.isEmpty())
-        return std::nullopt;
     Database::Transaction transaction(m_database);
     if (find(added.name))
         return std::nullopt;

@@ -51,6 +51,8 @@ public:
 
     /// Stores a new practitioner under an id of its own. Nothing if the name is taken or a hash cannot be computed.
     std::optional<Practitioner> add(const Practitioner& practitioner, const QString& password);
+    /// The same with a hash that Secrets::passwordHash() gave. Nothing if the name is taken.
+    std::optional<Practitioner> addHashed(const Practitioner& practitioner, const QString& hash);
     std::optional<Practitioner> find(const QString& name);
     bool passwordMatches(const QString& name, const QString& password);
     /// By name.

@@ -2,6 +2,7 @@
 #include "server/Options.h"
 
 #include "server/DatabaseAddress.h"
+#include "server/DemoLoad.h"
 #include "server/IpAddress.h"
 
 #include <QCommandLineParser>
@@ -42,6 +43,26 @@ bool readAddress(const QString& text, QString& host, int& port)
     host = name;
     port = number;
     return true;
+}
+
+/// "--demo" and "--demo N" as the parser takes them, which knows no option that may or may not have a value.
+QStringList withDemo(const QStringList& arguments)
+{
+    const QString demo = QStringLiteral("--demo");
+    QStringList result;
+    bool options = true;
+    for (int i = 0; i < arguments.size(); ++i) {
+        options = options && arguments.at(i) != QLatin1String("--");
+        if (!options || arguments.at(i) != demo) {
+            result.append(arguments.at(i));
+            continue;
+        }
+        const QString next = arguments.value(i + 1);
+        const bool number = !next.isEmpty() && next.at(0).isDigit();
+        result.append(demo + QLatin1Char('=') + (number ? next : QString()));
+        i += number ? 1 : 0;
+    }
+    return result;
 }
 
 /// An SQLite file is named by its path from here on.
@@ -112,7 +133,11 @@ Options Options::parse(const QStringList& arguments)
                        "quelmar-server.sqlite in the folder quelmar of the user's data folder."),
         QStringLiteral("ADDRESS"));
     const QCommandLineOption demonstration(
-        QStringLiteral("demo"), QStringLiteral("Adds the practitioner \"demo\" with a dozen patients, once."));
+        QStringLiteral("demo"),
+        QStringLiteral(
+            "Adds the practitioner \"demo\" with a dozen patients, once. With a number, for load tests: so many "
+            "patients, over as many as 200 practitioners \"demo1\", \"demo2\" and so on."),
+        QStringLiteral("N"));
     const QCommandLineOption hours(QStringLiteral("session-hours"), QStringLiteral("How long a login lasts."),
                                    QStringLiteral("HOURS"), QStringLiteral("168"));
     const QCommandLineOption attempts(
@@ -158,7 +183,7 @@ Options Options::parse(const QStringList& arguments)
         QStringLiteral("[practitioner add NAME | practitioner list | practitioner passwd NAME | backup FILE | restore "
                        "FILE]"));
 
-    if (!parser.parse(arguments))
+    if (!parser.parse(withDemo(arguments)))
         return refusal(parser.errorText());
     Options options;
     if (parser.isSet(help)) {
@@ -273,6 +298,13 @@ Options Options::parse(const QStringList& arguments)
                            .arg(maxLoginWindow)
                            .arg(parser.value(window)));
     options.demo = parser.isSet(demonstration);
+    if (options.demo && !parser.value(demonstration).isEmpty()) {
+        options.demoPatients = parser.value(demonstration).toInt(&sound);
+        if (!sound || options.demoPatients < 1 || options.demoPatients > DemoLoad::maxPatients)
+            return refusal(QStringLiteral("--demo takes a number from 1 to %1, or none, not \"%2\"")
+                               .arg(DemoLoad::maxPatients)
+                               .arg(parser.value(demonstration)));
+    }
     options.simulateDevices = parser.isSet(simulation);
     if (parser.isSet(pace) && !options.simulateDevices)
         return refusal(QStringLiteral("--simulate-seconds belongs to --simulate-devices"));

@@ -39,6 +39,7 @@ struct Options
     RequestLog::Level log = RequestLog::Level::Requests;
     LoginAttempts::Limits loginLimits;
     bool demo = false;
+    int demoPatients = 0; ///< not 0: so many in place of the dozen, for load tests
     bool simulateDevices = false;
     int simulateSeconds = 3; ///< from a command until it is complete
 

@@ -8,6 +8,7 @@
 #include "server/DatabaseAddress.h"
 #include "server/DatabaseError.h"
 #include "server/Demo.h"
+#include "server/DemoLoad.h"
 #include "server/DeviceSimulator.h"
 #include "server/Health.h"
 #include "server/HttpServer.h"
@@ -138,7 +139,8 @@ int Program::run(const QStringList& arguments)
             return setPassword(*database, accounts, options);
         if (options.action == Options::Action::ListPractitioners)
             return listPractitioners(accounts);
-        if (options.demo && !addDemo(*database, accounts))
+        if (options.demo && !(options.demoPatients > 0 ? addDemoLoad(*database, accounts, options.demoPatients)
+                                                       : addDemo(*database, accounts)))
             return failed;
         return serve(*database, options);
     } catch (const DatabaseError& failure) {
@@ -282,6 +284,23 @@ bool Program::addDemo(Database& database, Accounts& accounts)
     print(accounts.passwordMatches(Demo::name(), Demo::password())
               ? QStringLiteral("demo practitioner: name \"%1\", password \"%2\"").arg(Demo::name(), Demo::password())
               : QStringLiteral("demo practitioner: name \"%1\", with a password of its own").arg(Demo::name()));
+    return true;
+}
+
+bool Program::addDemoLoad(Database& database, Accounts& accounts, int patients)
+{
+    const int practitioners = DemoLoad::practitioners(patients);
+    const int added = DemoLoad::add(database, accounts, patients, practitioners, [practitioners](int done) {
+        if (done % 20 == 0 && done < practitioners)
+            print(QStringLiteral("demo practitioners: %1 of %2").arg(done).arg(practitioners));
+    });
+    if (added < 0) {
+        complain(QStringLiteral("the demo practitioners could not be added"));
+        return false;
+    }
+    print(QStringLiteral("demo practitioners: names \"%1\" to \"%2\", password \"%3\", %4 patients added")
+              .arg(DemoLoad::name(0), DemoLoad::name(practitioners - 1), Demo::password())
+              .arg(added));
     return true;
 }
 

@@ -24,6 +24,7 @@ private:
     static int setPassword(Database& database, Accounts& accounts, const Options& options);
     static int listPractitioners(Accounts& accounts);
     static bool addDemo(Database& database, Accounts& accounts);
+    static bool addDemoLoad(Database& database, Accounts& accounts, int patients);
 };
 
 } // namespace server

@@ -40,6 +40,7 @@ private slots:
     void options();
     void optionsThatAreWrong_data();
     void optionsThatAreWrong();
+    void optionDemo();
     void optionsByDefault();
     void databaseAddresses_data();
     void databaseAddresses();
@@ -328,6 +329,12 @@ void TestServerTexts::optionsThatAreWrong_data()
     for (const char* seconds : {"-1", "3601", "1.5", "soon", ""})
         QTest::addRow("seconds \"%s\"", seconds) << QStringList{
             QStringLiteral("--simulate-devices"), QStringLiteral("--simulate-seconds=") + QLatin1String(seconds)};
+    for (const char* patients : {"0", "10000001", "99999999999", "1.5", "12x"})
+        QTest::addRow("demo \"%s\"", patients) << QStringList{QStringLiteral("--demo"), QLatin1String(patients)};
+    QTest::newRow("demo of words") << QStringList{QStringLiteral("--demo=many")};
+    QTest::newRow("demo and a word") << QStringList{QStringLiteral("--demo"), QStringLiteral("many")};
+    QTest::newRow("list and demo") << QStringList{QStringLiteral("practitioner"), QStringLiteral("list"),
+                                                  QStringLiteral("--demo"), QStringLiteral("5")};
     QTest::newRow("session of words") << QStringList{QStringLiteral("--session-hours"), QStringLiteral("long")};
 }
 
@@ -337,6 +344,30 @@ void TestServerTexts::optionsThatAreWrong()
     const Options read = Options::parse(QStringList{QStringLiteral("quelmar-server")} + arguments);
     QCOMPARE(read.action, Options::Action::Refuse);
     QVERIFY(!read.text.isEmpty());
+}
+
+void TestServerTexts::optionDemo()
+{
+    const auto read = [](const QStringList& arguments) {
+        return Options::parse(QStringList{QStringLiteral("quelmar-server")} + arguments);
+    };
+    const QString demo = QStringLiteral("--demo");
+    for (const QStringList& arguments :
+         {QStringList{demo}, QStringList{demo, QStringLiteral("--listen"), QStringLiteral("h:1")},
+          QStringList{QStringLiteral("--listen=h:1"), demo}}) {
+        QCOMPARE(read(arguments).action, Options::Action::Serve);
+        QVERIFY(read(arguments).demo);
+        QCOMPARE(read(arguments).demoPatients, 0);
+    }
+    for (const QStringList& arguments :
+         {QStringList{demo, QStringLiteral("1000")}, QStringList{demo + QStringLiteral("=1000")},
+          QStringList{demo, QStringLiteral("1000"), QStringLiteral("--listen"), QStringLiteral("h:1")}}) {
+        QCOMPARE(read(arguments).action, Options::Action::Serve);
+        QVERIFY(read(arguments).demo);
+        QCOMPARE(read(arguments).demoPatients, 1000);
+    }
+    QCOMPARE(read({demo, QStringLiteral("10000000")}).demoPatients, 10000000);
+    QVERIFY(read({QStringLiteral("--help")}).text.contains(QStringLiteral("--demo <N>")));
 }
 
 void TestServerTexts::optionsByDefault()
