@@ -296,7 +296,8 @@ QSqlDatabase Database::connection()
                 made.open = true;
                 return added;
             }
-            failure = DatabaseError(reason);
+            // The engine may end just then; and without its settings the connection is of no use in any case.
+            failure = DatabaseError(reason, DatabaseError::Kind::Lost);
         } else {
             failure = m_dialect->error(added.lastError());
         }

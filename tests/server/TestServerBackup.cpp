@@ -565,7 +565,7 @@ void TestServerBackup::refusesFiles()
 {
     QFETCH(QStringList, doctoring);
     QFETCH(QByteArray, told);
-    QVERIFY(fill());
+    QVERIFY(enlarge(5));
     const Content stored = content();
     QCOMPARE(backUp(file()).exitCode, 0);
     {
@@ -603,7 +603,6 @@ void TestServerBackup::refusesFiles()
     QCOMPARE(outcome.errors.count('\n'), 1);
     QCOMPARE(digest(file()), before);
     QCOMPARE(content(), stored);
-    QCOMPARE(m_client->get(QStringLiteral("/patient")).status, 200);
 
     // No file of a new database is made for nothing, unless the fault comes to light there.
     outcome = command(path(QStringLiteral("new.sqlite")), {QStringLiteral("restore"), file()});
