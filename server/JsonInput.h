@@ -12,7 +12,7 @@ namespace server {
 class JsonInput
 {
 public:
-    /// Throws unless the bytes are one JSON object.
+    /// Throws unless the bytes are one JSON object, by RFC 8259, and no object in it has a key twice.
     explicit JsonInput(const QByteArray& body);
 
     const QJsonObject& object() const { return m_object; }

@@ -24,6 +24,7 @@ private slots:
     void form();
     void formThatIsWrong();
     void jsonKeepsEveryCharacter();
+    void jsonRefusesKeysTwice();
     void needle_data();
     void needle();
     void needleOfEveryByte();
@@ -115,6 +116,17 @@ void TestServerTexts::jsonKeepsEveryCharacter()
     // In front of the whole it is no character.
     QCOMPARE(JsonInput(byteOrderMark + "{\"key\":\"a\"}").text("key"), QStringLiteral("a"));
     QVERIFY_EXCEPTION_THROWN(JsonInput("{\"key\"" + byteOrderMark + ":\"a\"}"), Failure);
+}
+
+void TestServerTexts::jsonRefusesKeysTwice()
+{
+    // The reader behind it would lose the array: the sanitizers' build tells.
+    for (const char* text : {"{\"a\":[\"b\"],\"a\":[\"c\"]}", "{\"a\":1,\"a\":1}", "{\"a\":1,\"\\u0061\":2}",
+                             "{\"x\":{\"a\":{},\"a\":{}}}", "{\"x\":[1,{\"a\":[[]],\"b\":0,\"a\":[[]]}]}"})
+        QVERIFY_EXCEPTION_THROWN(JsonInput{QByteArray(text)}, Failure);
+    QCOMPARE(JsonInput("{\"a\":{\"a\":{\"a\":1}},\"b\":{\"a\":1}}").object().size(), 2);
+    // What JSON does not allow within a text.
+    QVERIFY_EXCEPTION_THROWN(JsonInput("{\"a\":\"\n\"}"), Failure);
 }
 
 void TestServerTexts::needle_data()
