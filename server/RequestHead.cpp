@@ -56,6 +56,12 @@ bool hasLongLine(const QByteArray& bytes)
     return false;
 }
 
+/// RFC 9112, 5.2: what such a header says depends on who reads it.
+bool hasFoldedLine(const QByteArray& bytes)
+{
+    return bytes.contains("\r\n ") || bytes.contains("\r\n\t");
+}
+
 boost::beast::error_code feed(Parser& parser, const QByteArray& bytes)
 {
     // What is too large is refused by ourselves, and with a status of its own.
@@ -109,7 +115,7 @@ RequestHead RequestHead::parse(const QByteArray& bytes)
     RequestHead head;
     Parser parser;
     const boost::beast::error_code error =
-        hasLongLine(bytes) ? make_error_code(http::error::header_limit) : feed(parser, bytes);
+        hasLongLine(bytes) || hasFoldedLine(bytes) ? make_error_code(http::error::bad_value) : feed(parser, bytes);
     if (error || !parser.is_header_done()) {
         head.acceptLanguage = scanned(bytes, "accept-language");
         // A transfer coding is refused as such, also where it contradicts a length.

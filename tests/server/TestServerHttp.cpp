@@ -446,6 +446,8 @@ void TestServerHttp::refuses_data()
     QTest::newRow("two authorizations") << QByteArray("GET / HTTP/1.1\r\nAuthorization: Bearer a\r\n"
                                                       "authorization: Bearer a\r\n\r\n")
                                         << 400;
+    QTest::newRow("header on two lines") << QByteArray("GET / HTTP/1.1\r\nAuthorization: Bearer\r\n a\r\n\r\n") << 400;
+    QTest::newRow("header on two lines, by a tab") << post + "Content-Length:\r\n\t0\r\n\r\n" << 400;
     QTest::newRow("no request line") << QByteArray("hello\r\n\r\n") << 400;
     QTest::newRow("unknown method") << QByteArray("FETCH / HTTP/1.1\r\n\r\n") << 400;
     QTest::newRow("method without a meaning here") << QByteArray("TRACE / HTTP/1.1\r\n\r\n") << 400;
