@@ -8,15 +8,16 @@
 
 #include <csignal>
 
-bool ServerFixture::start()
+bool ServerFixture::start(const QStringList& options)
 {
+    m_options = options;
     m_database = std::make_unique<TestDatabase>();
-    return m_server.start(path()) && m_database->connect();
+    return m_server.start(path(), m_options) && m_database->connect();
 }
 
 bool ServerFixture::restart()
 {
-    return m_server.stop(SIGTERM) == 0 && m_server.start(path());
+    return m_server.stop(SIGTERM) == 0 && m_server.start(path(), m_options);
 }
 
 bool ServerFixture::stop()

@@ -18,7 +18,7 @@ public:
     ServerFixture& operator=(const ServerFixture&) = delete;
 
     /// On an empty database, of the engine that the program is run for.
-    bool start();
+    bool start(const QStringList& options = {});
     /// Ends the server as its user would, and starts it again on the same database. Clients of before have to be told
     /// the new address: newClient() and sameClient() do.
     bool restart();
@@ -48,5 +48,6 @@ public:
 private:
     std::unique_ptr<TestDatabase> m_database;
     ServerProcess m_server;
+    QStringList m_options;
     int m_practitioners = 0;
 };
