@@ -125,6 +125,9 @@ void TestServerTexts::jsonRefusesKeysTwice()
                              "{\"x\":{\"a\":{},\"a\":{}}}", "{\"x\":[1,{\"a\":[[]],\"b\":0,\"a\":[[]]}]}"})
         QVERIFY_EXCEPTION_THROWN(JsonInput{QByteArray(text)}, Failure);
     QCOMPARE(JsonInput("{\"a\":{\"a\":{\"a\":1}},\"b\":{\"a\":1}}").object().size(), 2);
+    // Halves of characters are none of JSON's business.
+    QCOMPARE(JsonInput("{\"\\ud800\":\"\\uDFFF\",\"\\ud801\":\"\\ud83d\\ude00\"}").object().size(), 2);
+    QVERIFY_EXCEPTION_THROWN(JsonInput("{\"\\ud800\":1,\"\\uD800\":1}"), Failure);
     // What JSON does not allow within a text.
     QVERIFY_EXCEPTION_THROWN(JsonInput("{\"a\":\"\n\"}"), Failure);
 }
