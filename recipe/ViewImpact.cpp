@@ -301,7 +301,13 @@ void ViewImpact::backToReceipt()
 
 void ViewImpact::doBackNavigation(Navigation navigation)
 {
-    if (!changed || !Dialogs::confirm(this, tr("Text.saving"), tr("Text.confirmSave"))) {
+    // The screen may go while the question is open.
+    const QPointer<ViewImpact> self(this);
+    const bool wanted = changed && Dialogs::confirm(this, tr("Text.saving"), tr("Text.confirmSave"));
+    if (self == nullptr) {
+        return;
+    }
+    if (!wanted) {
         emitNavigation(navigation);
         return;
     }

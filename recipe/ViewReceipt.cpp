@@ -14,6 +14,7 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QPointer>
 #include <QSortFilterProxyModel>
 
 #include <algorithm>
@@ -228,7 +229,13 @@ void ViewReceipt::backToPatient()
 
 void ViewReceipt::doBackNavigation(Navigation navigation)
 {
-    if (!changed || !Dialogs::confirm(this, tr("Text.saving"), tr("Text.confirmSave"))) {
+    // The screen may go while the question is open.
+    const QPointer<ViewReceipt> self(this);
+    const bool wanted = changed && Dialogs::confirm(this, tr("Text.saving"), tr("Text.confirmSave"));
+    if (self == nullptr) {
+        return;
+    }
+    if (!wanted) {
         emitNavigation(navigation);
         return;
     }

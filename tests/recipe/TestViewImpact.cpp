@@ -176,6 +176,8 @@ private slots:
     void oddReplies_data();
     void oddReplies();
     void manyBlocks();
+    void goesWhileTheQuestionIsOpen_data();
+    void goesWhileTheQuestionIsOpen();
     void goesWhileARequestRuns_data();
     void goesWhileARequestRuns();
 
@@ -1222,6 +1224,28 @@ void TestViewImpact::manyBlocks()
     }
     QCOMPARE(play(recipe(blocks)), expected);
     QCOMPARE(lastMarkers().size(), count);
+}
+
+void TestViewImpact::goesWhileTheQuestionIsOpen_data()
+{
+    leavesUnchanged_data();
+}
+
+void TestViewImpact::goesWhileTheQuestionIsOpen()
+{
+    QFETCH(QByteArray, button);
+    open(markers(2), true);
+    QSignalSpy list(view.get(), &ViewImpact::onPatientsList);
+    QSignalSpy other(view.get(), &ViewImpact::onPatientCard);
+    ModalAnswer end([](QWidget* widget) { return qobject_cast<QMessageBox*>(widget) != nullptr; },
+                    [this](QWidget*) { view.reset(); });
+    click(button.constData());
+    QVERIFY(end.used());
+    QVERIFY(view == nullptr);
+    // Nobody is left who could go anywhere or save anything.
+    QCOMPARE(list.count() + other.count(), 0);
+    QTest::qWait(50);
+    QCOMPARE(server->requests().size(), 0);
 }
 
 void TestViewImpact::goesWhileARequestRuns_data()

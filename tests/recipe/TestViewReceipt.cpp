@@ -109,6 +109,8 @@ private slots:
     void oddAnalyses_data();
     void oddAnalyses();
     void manyRows();
+    void goesWhileTheQuestionIsOpen_data();
+    void goesWhileTheQuestionIsOpen();
     void goesWhileARequestRuns_data();
     void goesWhileARequestRuns();
 
@@ -1008,6 +1010,31 @@ void TestViewReceipt::manyRows()
     QVERIFY(!view->grab().isNull());
     tick(count - 1);
     QVERIFY(!model()->getMarker(count - 1).isChecked());
+}
+
+void TestViewReceipt::goesWhileTheQuestionIsOpen_data()
+{
+    leavesUnchanged_data();
+}
+
+void TestViewReceipt::goesWhileTheQuestionIsOpen()
+{
+    QFETCH(QByteArray, button);
+    load();
+    analyse(threeRows());
+    tick(2);
+    const int sent = server->requests().size();
+    QSignalSpy list(view.get(), &ViewReceipt::onPatientsList);
+    QSignalSpy back(view.get(), &ViewReceipt::onBack);
+    ModalAnswer end([](QWidget* widget) { return qobject_cast<QMessageBox*>(widget) != nullptr; },
+                    [this](QWidget*) { view.reset(); });
+    click(button.constData());
+    QVERIFY(end.used());
+    QVERIFY(view == nullptr);
+    // Nobody is left who could go anywhere or save anything.
+    QCOMPARE(list.count() + back.count(), 0);
+    QTest::qWait(50);
+    QCOMPARE(server->requests().size(), sent);
 }
 
 void TestViewReceipt::goesWhileARequestRuns_data()
