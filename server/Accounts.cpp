@@ -180,13 +180,18 @@ void Accounts::begin(const Session& session)
          stored(session.expiresAt)});
 }
 
+Statement Accounts::authentication(const QString& token)
+{
+    return {QStringLiteral("SELECT p.id, p.name, p.full_name, p.language, p.country, s.expires_at "
+                           "FROM sessions s JOIN practitioners p ON p.id = s.practitioner_id WHERE s.token_hash = ?"),
+            {Secrets::tokenHash(token)}};
+}
+
 Accounts::Authentication Accounts::authenticate(const QString& token)
 {
     Authentication result;
-    QSqlQuery query = m_database.run(
-        QStringLiteral("SELECT p.id, p.name, p.full_name, p.language, p.country, s.expires_at "
-                       "FROM sessions s JOIN practitioners p ON p.id = s.practitioner_id WHERE s.token_hash = ?"),
-        {Secrets::tokenHash(token)});
+    const Statement statement = authentication(token);
+    QSqlQuery query = m_database.run(statement.text, statement.values);
     if (!query.next())
         return result;
     if (query.value(5).toString() <= stored(QDateTime::currentDateTimeUtc())) {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "server/Practitioner.h"
+#include "server/Statement.h"
 
 #include <QDateTime>
 #include <QStringList>
@@ -62,6 +63,8 @@ public:
     /// if it is an outdated one.
     std::optional<Session> login(const QString& name, const QString& password);
     Authentication authenticate(const QString& token);
+    /// The statement by which authenticate() finds the session.
+    static Statement authentication(const QString& token);
 
     /// Sets the password and ends all sessions. False for an unknown name, or if the hash cannot be computed.
     bool setPassword(const QString& name, const QString& password);

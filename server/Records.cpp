@@ -45,11 +45,16 @@ Records::Records(Database& database, const QString& practitionerId)
 {
 }
 
+Statement Records::listing(const QString& practitionerId, const QString& patientId)
+{
+    return {selection(columns()) + QStringLiteral(" ORDER BY r.recorded_at, r.id"), {patientId, practitionerId}};
+}
+
 QVector<Record> Records::list(const QString& patientId)
 {
     QVector<Record> result;
-    QSqlQuery query = m_database.run(selection(columns()) + QStringLiteral(" ORDER BY r.recorded_at, r.id"),
-                                     {patientId, m_practitionerId});
+    const Statement statement = listing(m_practitionerId, patientId);
+    QSqlQuery query = m_database.run(statement.text, statement.values);
     while (query.next())
         result.append(recordOf(query));
     return result;

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "server/Record.h"
+#include "server/Statement.h"
 
 #include <QByteArray>
 #include <QVector>
@@ -22,6 +23,8 @@ public:
 
     /// Oldest first.
     QVector<Record> list(const QString& patientId);
+    /// The statement by which list() finds them.
+    static Statement listing(const QString& practitionerId, const QString& patientId);
     std::optional<Record> find(const QString& patientId, const QString& id);
     /// The whole file as it was uploaded; nothing if there is no such record.
     std::optional<QByteArray> wave(const QString& patientId, const QString& id);
