@@ -10,6 +10,7 @@
 #include "server/FormBody.h"
 #include "server/JsonInput.h"
 #include "server/Known.h"
+#include "server/MarkerBlocks.h"
 #include "server/LineWriter.h"
 #include "server/MarkerAnalysis.h"
 #include "server/Needle.h"
@@ -19,7 +20,6 @@
 #include "server/Recipes.h"
 #include "server/Records.h"
 #include "server/ReplyEncoding.h"
-#include "server/Synthesis.h"
 #include "server/WaveFile.h"
 #include "server/Wire.h"
 #include "server/Workbook.h"
@@ -396,15 +396,11 @@ Reply Api::makeRecipe(const Call& call)
         throw Failure(404, Messages::NoSuchRecord);
     const QStringList markers = Known::markers(input);
 
-    QHash<QString, QByteArray> made;
-    QVector<QByteArray> blocks;
+    QVector<ReplyEncoding::Part> blocks;
     blocks.reserve(markers.size());
-    for (const QString& id : markers) {
-        if (!made.contains(id))
-            made.insert(id, Synthesis::block(Catalogue::instance().marker(id)->frequencies));
-        blocks.append(made.value(id));
-    }
-    const QByteArray body = ReplyEncoding::blocks(blocks);
+    for (const QString& id : markers)
+        blocks.append(MarkerBlocks::instance().of(*Catalogue::instance().marker(id)));
+    const QByteArray body = ReplyEncoding::joined(blocks);
     if (body.isEmpty())
         throw Failure(500, Messages::ServerFailed);
     return Wire::text(body);

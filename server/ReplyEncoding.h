@@ -10,12 +10,23 @@ namespace server {
 class ReplyEncoding
 {
 public:
-    /// Base64 of the gzip of a JSON array that holds each block as a base64 text, in order: the body of a reply with
-    /// blocks of samples. Empty only if memory ran out.
-    static QByteArray blocks(const QVector<QByteArray>& blocks);
+    /// A text as it stands within a gzip stream, compressed for itself. So what many replies have in common is
+    /// compressed once, and a reply is put together from its parts.
+    struct Part
+    {
+        QByteArray deflated; ///< whole bytes of the stream, none of them the last
+        quint32 checkSum = 0;
+        qint64 length = 0; ///< of the text, in bytes
+    };
 
-    /// Base64 of the gzip of any bytes. The same bytes always give the same result. Empty only if memory ran out.
-    static QByteArray zipped(const QByteArray& bytes);
+    /// Base64 of the gzip of a JSON array that holds each block as a base64 text, in order: the body of a reply with
+    /// blocks of samples. The same blocks always give the same bytes. Empty only if memory ran out.
+    static QByteArray blocks(const QVector<QByteArray>& blocks);
+    /// The same of parts that block() made.
+    static QByteArray joined(const QVector<Part>& blocks);
+
+    /// One block as an array holds it. Without bytes only if memory ran out.
+    static Part block(const QByteArray& block);
 };
 
 } // namespace server

@@ -19,6 +19,8 @@ target_sources(quelmar_server_core PRIVATE
     LocalText.h
     MarkerAnalysis.cpp
     MarkerAnalysis.h
+    MarkerBlocks.cpp
+    MarkerBlocks.h
     RangeMedian.cpp
     RangeMedian.h
     ReplyEncoding.cpp

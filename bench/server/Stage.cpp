@@ -86,9 +86,13 @@ Companion::~Companion()
     stop();
 }
 
-QByteArray Companion::start(const QString& program, const QStringList& arguments, const QByteArray& line)
+QByteArray Companion::start(const QString& program, const QStringList& arguments, const QByteArray& line,
+                            const QString& log)
 {
-    m_process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+    if (log.isEmpty())
+        m_process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+    else
+        m_process.setStandardErrorFile(log);
     m_process.start(program, arguments);
     for (;;) {
         while (m_process.canReadLine()) {
@@ -137,16 +141,22 @@ QString Stage::start(int patients)
         m_file = m_folder + QStringLiteral("/store.sqlite");
         m_address = QStringLiteral("sqlite:") + m_file;
     }
+    // A line for each request is a part of what a request costs.
+    const QString log = m_folder + QStringLiteral("/server.log");
     QElapsedTimer took;
     took.start();
     const QByteArray port =
         m_server.start(QStringLiteral(QUELMAR_SERVER),
                        {QStringLiteral("--listen"), QStringLiteral("127.0.0.1:0"), QStringLiteral("--database"),
                         m_address, QStringLiteral("--demo"), QString::number(patients)},
-                       "listening on http://127.0.0.1:");
+                       "listening on http://127.0.0.1:", log);
     m_fillSeconds = double(took.elapsed()) / 1000;
     m_port = quint16(port.toUInt());
-    return m_port == 0 ? QStringLiteral("the server did not start") : QString();
+    if (m_port != 0)
+        return QString();
+    QFile file(log);
+    file.open(QIODevice::ReadOnly);
+    return QStringLiteral("the server did not start: ") + QString::fromUtf8(file.readAll());
 }
 
 QString Stage::startCluster()

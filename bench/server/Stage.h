@@ -21,8 +21,9 @@ public:
     Companion& operator=(const Companion&) = delete;
 
     /// Waits for a line that begins like this, however long the program takes, and gives the rest of it; null if it
-    /// ends before.
-    QByteArray start(const QString& program, const QStringList& arguments, const QByteArray& line);
+    /// ends before. What it writes to its standard error goes into a file, if one is named.
+    QByteArray start(const QString& program, const QStringList& arguments, const QByteArray& line,
+                     const QString& log = QString());
     QProcess& process() { return m_process; }
     void stop();
 

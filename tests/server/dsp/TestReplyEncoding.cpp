@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "server/ReplyEncoding.h"
 
+#include "server/Catalogue.h"
+#include "server/MarkerBlocks.h"
 #include "server/Synthesis.h"
 
 #include <QJsonArray>
@@ -10,6 +12,9 @@
 #include <QtTest>
 
 #include <zlib.h>
+
+#include <future>
+#include <vector>
 
 using server::ReplyEncoding;
 
@@ -54,6 +59,7 @@ private slots:
     void wrapsBlocks();
     void wrapsNoBlock();
     void wrapsARecipe();
+    void wrapsKeptBlocks();
     void wrapsAnyLength_data();
     void wrapsAnyLength();
     void isPlainBase64OfGzip();
@@ -98,6 +104,43 @@ void TestReplyEncoding::wrapsARecipe()
     }
 }
 
+void TestReplyEncoding::wrapsKeptBlocks()
+{
+    // In any order, more than once, and from several threads: each is the block of its marker.
+    QVector<const server::Catalogue::Marker*> markers;
+    for (const server::Catalogue::Storage& storage : server::Catalogue::instance().storages()) {
+        for (const server::Catalogue::Marker& marker : storage.markers) {
+            markers.append(&marker);
+        }
+    }
+    QVERIFY(markers.size() > 100);
+    const QVector<const server::Catalogue::Marker*> chosen = {markers.last(), markers.at(7), markers.last(),
+                                                              markers.at(100), markers.first()};
+    const auto reply = [&chosen] {
+        QVector<ReplyEncoding::Part> parts;
+        for (const server::Catalogue::Marker* marker : chosen) {
+            parts.append(server::MarkerBlocks::instance().of(*marker));
+        }
+        return ReplyEncoding::joined(parts);
+    };
+    std::vector<std::future<QByteArray>> replies;
+    for (int i = 0; i < 4; ++i) {
+        replies.push_back(std::async(std::launch::async, reply));
+    }
+    QVector<QByteArray> blocks;
+    for (const server::Catalogue::Marker* marker : chosen) {
+        blocks.append(server::Synthesis::block(marker->frequencies));
+    }
+    for (std::future<QByteArray>& made : replies) {
+        QCOMPARE(made.get(), ReplyEncoding::blocks(blocks));
+    }
+    const QJsonArray array = QJsonDocument::fromJson(decoded(reply())).array();
+    QCOMPARE(array.size(), chosen.size());
+    for (int i = 0; i < chosen.size(); ++i) {
+        QCOMPARE(QByteArray::fromBase64(array.at(i).toString().toLatin1()), blocks.at(i));
+    }
+}
+
 void TestReplyEncoding::wrapsAnyLength_data()
 {
     QTest::addColumn<int>("size");
@@ -114,11 +157,12 @@ void TestReplyEncoding::wrapsAnyLength()
     for (char& byte : noise) {
         byte = char(random.bounded(256));
     }
-    QCOMPARE(decoded(ReplyEncoding::zipped(noise)), noise);
-    QVERIFY(!decoded(ReplyEncoding::zipped(noise)).isNull());
     const QByteArray even(size, 'a');
-    QCOMPARE(decoded(ReplyEncoding::zipped(even)), even);
-    QVERIFY(size < 1000000 || ReplyEncoding::zipped(even).size() < 5000);
+    const QJsonArray array = QJsonDocument::fromJson(decoded(ReplyEncoding::blocks({noise, even}))).array();
+    QCOMPARE(array.size(), 2);
+    QCOMPARE(QByteArray::fromBase64(array.at(0).toString().toLatin1()), noise);
+    QCOMPARE(QByteArray::fromBase64(array.at(1).toString().toLatin1()), even);
+    QVERIFY(size < 1000000 || ReplyEncoding::blocks({even}).size() < 10000);
 }
 
 void TestReplyEncoding::isPlainBase64OfGzip()
