@@ -109,7 +109,7 @@ std::optional<Practitioner> Accounts::addHashed(const Practitioner& practitioner
 
 std::optional<Practitioner> Accounts::find(const QString& name)
 {
-    QSqlQuery query = m_database.run(
+    Rows query = m_database.run(
         QStringLiteral("SELECT id, name, full_name, language, country FROM practitioners WHERE name = ?"),
         {lookedFor(name)});
     if (!query.next())
@@ -124,7 +124,7 @@ bool Accounts::passwordMatches(const QString& name, const QString& password)
 
 QString Accounts::passwordHash(const QString& name)
 {
-    QSqlQuery query =
+    Rows query =
         m_database.run(QStringLiteral("SELECT password_hash FROM practitioners WHERE name = ?"), {lookedFor(name)});
     return query.next() ? query.value(0).toString() : QString();
 }
@@ -132,7 +132,7 @@ QString Accounts::passwordHash(const QString& name)
 QVector<Practitioner> Accounts::all()
 {
     QVector<Practitioner> result;
-    QSqlQuery query = m_database.run(
+    Rows query = m_database.run(
         QStringLiteral("SELECT id, name, full_name, language, country FROM practitioners ORDER BY name"));
     while (query.next())
         result.append(practitionerOf(query));
@@ -191,7 +191,7 @@ Accounts::Authentication Accounts::authenticate(const QString& token)
 {
     Authentication result;
     const Statement statement = authentication(token);
-    QSqlQuery query = m_database.run(statement.text, statement.values);
+    Rows query = m_database.run(statement.text, statement.values);
     if (!query.next())
         return result;
     if (query.value(5).toString() <= stored(QDateTime::currentDateTimeUtc())) {
@@ -241,7 +241,7 @@ std::optional<Accounts::Session> Accounts::replacePassword(const QString& token,
     session.practitioner = practitioner;
     session.token = Secrets::randomToken();
     {
-        QSqlQuery query = m_database.run(QStringLiteral("SELECT s.expires_at FROM sessions s "
+        Rows query = m_database.run(QStringLiteral("SELECT s.expires_at FROM sessions s "
                                                         "JOIN practitioners p ON p.id = s.practitioner_id "
                                                         "WHERE s.token_hash = ? AND p.id = ? AND p.password_hash = ?"),
                                          {Secrets::tokenHash(token), practitioner.id, oldHash});

@@ -59,7 +59,7 @@ void Analyses::findKept(const QString& patientId, const QStringList& recordIds, 
         marks.append(QStringLiteral("?"));
         values.append(id);
     }
-    QSqlQuery query = m_database.run(QStringLiteral("SELECT a.record_id, a.result FROM analyses a "
+    Rows query = m_database.run(QStringLiteral("SELECT a.record_id, a.result FROM analyses a "
                                                     "JOIN records r ON r.id = a.record_id "
                                                     "JOIN patients p ON p.id = r.patient_id "
                                                     "WHERE r.patient_id = ? AND p.practitioner_id = ? "

@@ -9,10 +9,11 @@
 #include "server/Failure.h"
 #include "server/FormBody.h"
 #include "server/JsonInput.h"
+#include "server/JsonOutput.h"
 #include "server/Known.h"
-#include "server/MarkerBlocks.h"
 #include "server/LineWriter.h"
 #include "server/MarkerAnalysis.h"
+#include "server/MarkerBlocks.h"
 #include "server/Needle.h"
 #include "server/PatientInput.h"
 #include "server/Patients.h"
@@ -56,12 +57,26 @@ QByteArray kindOf(const std::exception& error)
     return QByteArray("an exception of the type ") + (status == 0 ? name.get() : typeid(error).name());
 }
 
-QJsonObject pageJson(const Patients::Page& page)
+Reply pageReply(const Patients::Page& page)
 {
-    QJsonArray data;
+    const QDate today = QDate::currentDate();
+    JsonOutput output;
+    output.beginObject();
+    output.member(QLatin1String("pages"), page.pages);
+    output.key(QLatin1String("data"));
+    output.beginArray();
     for (const Patient& patient : page.rows)
-        data.append(Wire::patient(patient));
-    return {{QStringLiteral("pages"), page.pages}, {QStringLiteral("data"), data}};
+        Wire::patient(output, patient, today);
+    output.endArray();
+    output.endObject();
+    return Wire::json(output);
+}
+
+Reply patientReply(const Patient& patient)
+{
+    JsonOutput output;
+    Wire::patient(output, patient, QDate::currentDate());
+    return Wire::json(output);
 }
 
 /// Empty if it is missing.
@@ -232,7 +247,7 @@ Reply Api::listPatients(const Call& call)
 {
     PatientQuery query;
     query.size = 0;
-    return Wire::json(pageJson(Patients(m_database, call.practitioner.id).list(query)));
+    return pageReply(Patients(m_database, call.practitioner.id).list(query));
 }
 
 Reply Api::filterPatients(const Call& call)
@@ -250,14 +265,14 @@ Reply Api::filterPatients(const Call& call)
     if (needle->size() > maxNeedle)
         throw Failure(400, Messages::NeedleTooLong);
     query.needle = *needle;
-    return Wire::json(pageJson(Patients(m_database, call.practitioner.id).list(query)));
+    return pageReply(Patients(m_database, call.practitioner.id).list(query));
 }
 
 Reply Api::createPatient(const Call& call)
 {
     const JsonInput input(call.request.body);
     const Patient patient = PatientInput::read(input.object(), QDate::currentDate());
-    return Wire::json(Wire::patient(Patients(m_database, call.practitioner.id).add(patient)));
+    return patientReply(Patients(m_database, call.practitioner.id).add(patient));
 }
 
 Reply Api::updatePatient(const Call& call)
@@ -271,7 +286,7 @@ Reply Api::updatePatient(const Call& call)
     const std::optional<Patient> updated = patients.update(patient);
     if (!updated)
         throw Failure(404, Messages::NoSuchPatient);
-    return Wire::json(Wire::patient(*updated));
+    return patientReply(*updated);
 }
 
 Reply Api::deletePatient(const Call& call)
@@ -286,10 +301,12 @@ Reply Api::listRecords(const Call& call)
 {
     Patients patients(m_database, call.practitioner.id);
     const Patient patient = Known::patient(patients, call.ids.first());
-    QJsonArray list;
+    JsonOutput list;
+    list.beginArray();
     const QVector<Record> records = Records(m_database, call.practitioner.id).list(patient.id);
     for (const Record& record : records)
-        list.append(Wire::record(record));
+        Wire::record(list, record);
+    list.endArray();
     return Wire::json(list);
 }
 
@@ -321,7 +338,9 @@ Reply Api::uploadRecord(const Call& call)
             .add(patient.id, waves.first(), *sensorId, QDateTime::currentDateTimeUtc());
     if (!record)
         throw Failure(404, Messages::NoSuchPatient);
-    return Wire::json(Wire::record(*record));
+    JsonOutput output;
+    Wire::record(output, *record);
+    return Wire::json(output);
 }
 
 Reply Api::deleteRecord(const Call& call)
@@ -344,7 +363,8 @@ Reply Api::loadRecipe(const Call& call)
     if (!Known::isId(recordId) || !records.find(patientId, recordId))
         throw Failure(404, Messages::NoSuchRecord);
     const Recipe recipe = Recipes(m_database, call.practitioner.id).load(patientId, recordId);
-    QJsonArray list;
+    JsonOutput list;
+    list.beginArray();
     if (!recipe.markerIds.isEmpty()) {
         const auto results = Analyses(m_database, call.practitioner.id).results(patientId, {recordId});
         const auto result = results.find(recordId);
@@ -353,9 +373,10 @@ Reply Api::loadRecipe(const Call& call)
         for (const QString& id : recipe.markerIds) {
             // A later catalogue may have dropped a marker that an earlier recipe names.
             if (const Catalogue::Marker* marker = Catalogue::instance().marker(id))
-                list.append(Wire::marker(*marker, {MarkerAnalysis::valueOf(result->level(*marker))}, call.language));
+                Wire::marker(list, *marker, {MarkerAnalysis::valueOf(result->level(*marker))}, call.language);
         }
     }
+    list.endArray();
     return Wire::json(list);
 }
 

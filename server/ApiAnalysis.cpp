@@ -7,6 +7,7 @@
 #include "server/Comparison.h"
 #include "server/Failure.h"
 #include "server/JsonInput.h"
+#include "server/JsonOutput.h"
 #include "server/Known.h"
 #include "server/MarkerAnalysis.h"
 #include "server/Patients.h"
@@ -170,16 +171,23 @@ Reply Api::analyseMarkers(const Call& call)
 
     const QVector<Record> named = chosen.records();
     const Results results = Analyses(m_database, call.practitioner.id).results(patientId, idsOf(named));
-    QJsonArray columns;
     QVector<QVector<double>> levels;
+    JsonOutput output;
+    output.beginObject();
+    output.key(QLatin1String("columns"));
+    output.beginArray();
     for (const Record& record : named) {
-        columns.append(Wire::time(record.recordedAt));
+        output.value(Wire::time(record.recordedAt));
         levels.append(resultOf(record, results).levels(*storage));
     }
-    QJsonArray rows;
+    output.endArray();
+    output.key(QLatin1String("rows"));
+    output.beginArray();
     for (const MarkerAnalysis::Row& row : MarkerAnalysis::ranked(*storage, levels))
-        rows.append(Wire::marker(*row.marker, row.values, call.language));
-    return Wire::json(QJsonObject{{QStringLiteral("columns"), columns}, {QStringLiteral("rows"), rows}});
+        Wire::marker(output, *row.marker, row.values, call.language);
+    output.endArray();
+    output.endObject();
+    return Wire::json(output);
 }
 
 Reply Api::analysisSummary(const Call& call)

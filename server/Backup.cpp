@@ -63,10 +63,10 @@ QString enumeration(const QString& text, int count)
 }
 
 /// Rows of one table on their way into another database.
-class Rows
+class Inserts
 {
 public:
-    Rows(Database& target, const QString& table, const QStringList& columns)
+    Inserts(Database& target, const QString& table, const QStringList& columns)
         : m_target(target)
         , m_into(QStringLiteral("INSERT INTO %1 (%2) VALUES ").arg(table, columns.join(QStringLiteral(", "))))
         , m_row(QStringLiteral("(%1)").arg(enumeration(QStringLiteral("?"), columns.size())))
@@ -124,7 +124,7 @@ QStringList commonColumns(const QStringList& some, const QStringList& others)
 
 qint64 countOf(Database& database, const QString& table)
 {
-    QSqlQuery query = database.run(QStringLiteral("SELECT COUNT(*) FROM ") + table);
+    Rows query = database.run(QStringLiteral("SELECT COUNT(*) FROM ") + table);
     return query.next() ? query.value(0).toLongLong() : 0;
 }
 
@@ -138,12 +138,12 @@ Backup::Counts countsOf(const QHash<QString, qint64>& rows)
 QString damageOf(Database& file)
 {
     {
-        QSqlQuery query = file.run(QStringLiteral("PRAGMA integrity_check(1)"));
+        Rows query = file.run(QStringLiteral("PRAGMA integrity_check(1)"));
         const QString found = query.next() ? query.value(0).toString() : query.lastError().databaseText();
         if (found != QLatin1String("ok"))
             return found.section(QLatin1Char('\n'), -1);
     }
-    QSqlQuery query = file.run(QStringLiteral("PRAGMA foreign_key_check"));
+    Rows query = file.run(QStringLiteral("PRAGMA foreign_key_check"));
     if (query.next())
         return QStringLiteral("a row of the table %1 refers to none of the table %2")
             .arg(query.value(0).toString(), query.value(2).toString());
@@ -162,7 +162,7 @@ QHash<QString, qint64> copyTables(Database& from, Database& to, const std::atomi
             commonColumns(read([&] { return from.columns(table); }), write([&] { return to.columns(table); }));
         if (columns.isEmpty())
             throw Refusal{QStringLiteral("the table %1 is missing").arg(table)};
-        Rows rows(to, table, columns);
+        Inserts rows(to, table, columns);
         // What an engine keeps for a practitioner is changed once for many rows, if those of one come together.
         const QString owner = QStringLiteral("practitioner_id");
         const QString order = columns.contains(owner) ? QStringLiteral(" ORDER BY ") + owner : QString();

@@ -27,6 +27,7 @@ struct Connection
     bool committable = true; ///< of the open transaction: nothing in it has failed or was given up
     bool lost = false;       ///< the open transaction has gone with its connection
     Dialect::Prepared prepared;
+    std::shared_ptr<Rows::Idle> idle = std::make_shared<Rows::Idle>();
 };
 
 /// Closes the connections of a thread when it ends: Qt allows none to be used from another thread.
@@ -35,6 +36,7 @@ struct ThreadConnections
     ~ThreadConnections()
     {
         for (const auto& entry : byName) {
+            entry.second.idle->clear();
             if (entry.second.open)
                 QSqlDatabase::removeDatabase(entry.first);
         }
@@ -160,7 +162,7 @@ Database::~Database()
     connections().erase(connectionName());
 }
 
-QSqlQuery Database::run(const QString& statement, const QVariantList& values)
+Rows Database::run(const QString& statement, const QVariantList& values)
 {
     QVariantList bound = values;
     for (QVariant& value : bound) {
@@ -173,10 +175,12 @@ QSqlQuery Database::run(const QString& statement, const QVariantList& values)
         Connection& current = connections()[connectionName()];
         {
             const QSqlDatabase used = connection();
-            QSqlQuery query(used);
+            const bool kept = m_dialect->keepsQueries() && !bound.isEmpty();
+            const std::optional<QSqlQuery> known = kept ? current.idle->take(statement) : std::nullopt;
+            QSqlQuery query = known ? *known : QSqlQuery(used);
             ++m_statements;
             if (m_dialect->run(query, used, statement, bound, current.prepared))
-                return query;
+                return kept ? Rows(query, current.idle, statement, bound.size()) : Rows(query);
             error = counted(m_dialect->error(query.lastError()));
         }
         current.committable = false;
@@ -208,7 +212,7 @@ int Database::readPortion(const QString& statement, const std::function<void(con
     int count = 0;
     std::optional<DatabaseError> error;
     {
-        QSqlQuery query = run(statement);
+        Rows query = run(statement);
         for (; query.next(); ++count)
             row(query);
         if (query.lastError().isValid())
@@ -225,7 +229,7 @@ int Database::readPortion(const QString& statement, const std::function<void(con
 QStringList Database::tables()
 {
     QStringList names;
-    QSqlQuery query = run(m_dialect->selectTables());
+    Rows query = run(m_dialect->selectTables());
     while (query.next())
         names.append(query.value(0).toString());
     return names;
@@ -234,7 +238,7 @@ QStringList Database::tables()
 QStringList Database::columns(const QString& table)
 {
     QStringList names;
-    QSqlQuery query = run(m_dialect->selectColumns(), {table});
+    Rows query = run(m_dialect->selectColumns(), {table});
     while (query.next())
         names.append(query.value(0).toString());
     return names;
@@ -320,6 +324,8 @@ void Database::close()
     closed.open = false;
     closed.lost = closed.inTransaction;
     closed.prepared.clear();
+    // Those in use, too, find that there is nothing to go back to.
+    closed.idle = std::make_shared<Rows::Idle>();
     QSqlDatabase::removeDatabase(connectionName());
 }
 

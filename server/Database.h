@@ -2,9 +2,9 @@
 #pragma once
 
 #include "server/DatabaseError.h"
+#include "server/Rows.h"
 
 #include <QSqlDatabase>
-#include <QSqlQuery>
 #include <QString>
 #include <QVariant>
 
@@ -71,7 +71,7 @@ public:
 
     /// Runs one statement with its values for the "?" in it; the result stands before its first row. A
     /// null text is stored as an empty one, an invalid value as NULL.
-    QSqlQuery run(const QString& statement, const QVariantList& values = {});
+    Rows run(const QString& statement, const QVariantList& values = {});
 
     /// Runs a SELECT without values and hands over row by row, with a few of them in memory at a time. To be called
     /// within a transaction; the row may not use this database.

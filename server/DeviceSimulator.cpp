@@ -105,7 +105,7 @@ void DeviceSimulator::work(const QDateTime& now)
         Database::Transaction transaction(m_database);
         Task task;
         {
-            QSqlQuery query = m_database.run(due, {latest});
+            Rows query = m_database.run(due, {latest});
             if (!query.next())
                 return;
             task = {query.value(0).toString(), query.value(1).toString(), query.value(2).toString(),

@@ -32,7 +32,7 @@ Devices::Binding Devices::bind(const QString& patientId, const QString& deviceId
         return Binding::NoPatient;
     QString holder;
     {
-        QSqlQuery query =
+        Rows query =
             m_database.run(QStringLiteral("SELECT patient_id FROM devices WHERE device_id = ?"), {deviceId});
         if (query.next())
             holder = query.value(0).toString();

@@ -75,7 +75,10 @@ public:
     /// over one by one, else one to begin with, one to be repeated as long as it gives rows, and one for the end.
     virtual QStringList portions(const QString& selection) const = 0;
 
-    /// Runs a statement with its values for the "?" in it. False on failure, with the reason in the query.
+    /// Whether a query that ran a statement with values can run it again with others, at less cost than a new one.
+    virtual bool keepsQueries() const = 0;
+    /// Runs a statement with its values for the "?" in it; the query may have run the same statement before. False on
+    /// failure, with the reason in the query.
     virtual bool run(QSqlQuery& query, const QSqlDatabase& connection, const QString& statement,
                      const QVariantList& values, Prepared& prepared) const = 0;
     /// What an error means, in one line without the values of a statement, as these are the data of patients.

@@ -74,7 +74,7 @@ LoginAttempts::LoginAttempts(Database& database, const Limits& limits)
 int LoginAttempts::secondsToWait(const Subject& subject)
 {
     const Now now(m_limits.windowSeconds);
-    QSqlQuery query = m_database.run(
+    Rows query = m_database.run(
         QStringLiteral("SELECT kind, failures, window_ends FROM login_attempts WHERE ((kind = ? AND subject = ?) "
                        "OR (kind = ? AND subject = ?) OR (kind = ? AND subject = ?)) "
                        "AND window_ends > ? AND window_ends <= ?"),
@@ -97,7 +97,7 @@ int LoginAttempts::begin(const Subject& subject)
         const Now now(m_limits.windowSeconds);
         Database::Transaction transaction(m_database);
         for (size_t kind = 0; kind < kinds().size(); ++kind) {
-            const QSqlQuery query = m_database.run(
+            const Rows query = m_database.run(
                 QStringLiteral("INSERT INTO login_attempts (kind, subject, failures, window_ends) VALUES (?, ?, 1, ?) "
                                "ON CONFLICT (kind, subject) DO UPDATE SET "
                                "failures = CASE WHEN login_attempts.window_ends > ? "

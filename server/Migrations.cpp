@@ -146,7 +146,7 @@ std::optional<int> Migrations::version(Database& database, QString& error)
         error = QStringLiteral("the database belongs to another program");
         return std::nullopt;
     }
-    QSqlQuery query = database.run(QStringLiteral("SELECT COALESCE(MAX(version), 0) FROM schema_version"));
+    Rows query = database.run(QStringLiteral("SELECT COALESCE(MAX(version), 0) FROM schema_version"));
     const int found = query.next() ? query.value(0).toInt() : 0;
     if (found > latest()) {
         error = QStringLiteral("the database has schema version %1, this program knows %2: a newer program is needed")

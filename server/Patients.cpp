@@ -79,7 +79,7 @@ Patients::Patients(Database& database, const QString& practitionerId)
 {
 }
 
-QSqlQuery Patients::run(const Statement& statement)
+Rows Patients::run(const Statement& statement)
 {
     return m_database.run(statement.text, statement.values);
 }
@@ -102,7 +102,7 @@ Patients::Page Patients::list(const PatientQuery& query)
         return rowsOf(statements.all(shown), shown);
     qint64 total = 0;
     {
-        QSqlQuery counted = run(statements.count());
+        Rows counted = run(statements.count());
         if (counted.next())
             total = counted.value(0).toLongLong();
     }
@@ -118,7 +118,7 @@ Patients::Page Patients::list(const PatientQuery& query)
 Patients::Page Patients::rowsOf(const Statement& statement, const PatientQuery& query)
 {
     Page page;
-    QSqlQuery found = run(statement);
+    Rows found = run(statement);
     if (!found.next())
         return page;
     page.pages = pagesOf(found.value(Column::Total).toLongLong(), query.size);
@@ -128,7 +128,7 @@ Patients::Page Patients::rowsOf(const Statement& statement, const PatientQuery& 
 
 std::optional<Patient> Patients::find(const QString& id)
 {
-    QSqlQuery query = run(PatientStatements(m_database.dialect(), m_practitionerId).find(id));
+    Rows query = run(PatientStatements(m_database.dialect(), m_practitionerId).find(id));
     if (!query.next())
         return std::nullopt;
     return patientOf(query);

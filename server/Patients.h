@@ -3,9 +3,9 @@
 
 #include "server/Patient.h"
 #include "server/PatientQuery.h"
+#include "server/Rows.h"
 #include "server/Statement.h"
 
-#include <QSqlQuery>
 #include <QVector>
 
 #include <optional>
@@ -41,7 +41,7 @@ public:
     bool remove(const QString& id);
 
 private:
-    QSqlQuery run(const Statement& statement);
+    Rows run(const Statement& statement);
     /// Of a statement of PatientStatements; no pages if it finds nothing.
     Page rowsOf(const Statement& statement, const PatientQuery& query);
 

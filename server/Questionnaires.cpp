@@ -15,7 +15,7 @@ Questionnaires::Questionnaires(Database& database, const QString& practitionerId
 QHash<QString, QuestionnaireAnswers> Questionnaires::load(const QString& patientId)
 {
     QHash<QString, QuestionnaireAnswers> found;
-    QSqlQuery query = m_database.run(QStringLiteral("SELECT q.record_id, a.custom, a.symptom, a.intensity "
+    Rows query = m_database.run(QStringLiteral("SELECT q.record_id, a.custom, a.symptom, a.intensity "
                                                     "FROM questionnaires q "
                                                     "JOIN records r ON r.id = q.record_id "
                                                     "JOIN patients p ON p.id = r.patient_id "
@@ -72,7 +72,7 @@ void Questionnaires::replace(const QString& recordId, const QuestionnaireAnswers
 
 int Questionnaires::customCount(const QString& patientId)
 {
-    QSqlQuery query = m_database.run(QStringLiteral("SELECT COUNT(DISTINCT a.symptom) FROM questionnaire_answers a "
+    Rows query = m_database.run(QStringLiteral("SELECT COUNT(DISTINCT a.symptom) FROM questionnaire_answers a "
                                                     "JOIN records r ON r.id = a.record_id "
                                                     "WHERE r.patient_id = ? AND a.custom = 1"),
                                      {patientId});

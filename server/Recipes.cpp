@@ -15,7 +15,7 @@ Recipes::Recipes(Database& database, const QString& practitionerId)
 Recipe Recipes::load(const QString& patientId, const QString& recordId)
 {
     Recipe recipe;
-    QSqlQuery query =
+    Rows query =
         m_database.run(QStringLiteral("SELECT e.duration, m.marker_id FROM recipes e "
                                       "JOIN records r ON r.id = e.record_id "
                                       "JOIN patients p ON p.id = r.patient_id "

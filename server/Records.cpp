@@ -54,7 +54,7 @@ QVector<Record> Records::list(const QString& patientId)
 {
     QVector<Record> result;
     const Statement statement = listing(m_practitionerId, patientId);
-    QSqlQuery query = m_database.run(statement.text, statement.values);
+    Rows query = m_database.run(statement.text, statement.values);
     while (query.next())
         result.append(recordOf(query));
     return result;
@@ -62,7 +62,7 @@ QVector<Record> Records::list(const QString& patientId)
 
 std::optional<Record> Records::find(const QString& patientId, const QString& id)
 {
-    QSqlQuery query =
+    Rows query =
         m_database.run(selection(columns()) + QStringLiteral(" AND r.id = ?"), {patientId, m_practitionerId, id});
     if (!query.next())
         return std::nullopt;
@@ -71,7 +71,7 @@ std::optional<Record> Records::find(const QString& patientId, const QString& id)
 
 std::optional<QByteArray> Records::wave(const QString& patientId, const QString& id)
 {
-    QSqlQuery query = m_database.run(selection(QStringLiteral("r.wave")) + QStringLiteral(" AND r.id = ?"),
+    Rows query = m_database.run(selection(QStringLiteral("r.wave")) + QStringLiteral(" AND r.id = ?"),
                                      {patientId, m_practitionerId, id});
     if (!query.next())
         return std::nullopt;

@@ -218,11 +218,13 @@ QStringList SqliteDialect::portions(const QString& selection) const
 bool SqliteDialect::run(QSqlQuery& query, const QSqlDatabase&, const QString& statement, const QVariantList& values,
                         Prepared&) const
 {
-    query.setForwardOnly(true);
-    if (!query.prepare(statement))
-        return false;
-    for (const QVariant& value : values)
-        query.addBindValue(value);
+    if (query.lastQuery() != statement) {
+        query.setForwardOnly(true);
+        if (!query.prepare(statement))
+            return false;
+    }
+    for (int i = 0; i < values.size(); ++i)
+        query.bindValue(i, values.at(i));
     return query.exec();
 }
 

@@ -34,6 +34,7 @@ public:
     QStringList beginSnapshot() const override;
     QStringList beginReplacement(const QStringList& tables) const override;
     QStringList portions(const QString& selection) const override;
+    bool keepsQueries() const override { return true; }
     bool run(QSqlQuery& query, const QSqlDatabase& connection, const QString& statement, const QVariantList& values,
              Prepared& prepared) const override;
     DatabaseError error(const QSqlError& error) const override;

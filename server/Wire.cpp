@@ -2,6 +2,7 @@
 #include "server/Wire.h"
 
 #include "server/Failure.h"
+#include "server/JsonOutput.h"
 #include "server/Messages.h"
 #include "server/Patient.h"
 #include "server/Record.h"
@@ -27,6 +28,13 @@ Reply Wire::json(const QJsonObject& object)
 Reply Wire::json(const QJsonArray& array)
 {
     return json(QJsonDocument(array));
+}
+
+Reply Wire::json(const JsonOutput& output)
+{
+    Reply reply;
+    reply.body = output.bytes();
+    return reply;
 }
 
 Reply Wire::text(const QByteArray& body)
@@ -77,42 +85,50 @@ QString Wire::clock(const QDateTime& moment)
     return moment.toLocalTime().toString(QStringLiteral("yyyy-MM-dd HH:mm:ss"));
 }
 
-QJsonObject Wire::patient(const Patient& row)
+void Wire::patient(JsonOutput& output, const Patient& row, const QDate& day)
 {
-    return {{QStringLiteral("id"), row.id},
-            {QStringLiteral("name"), row.name},
-            {QStringLiteral("gender"), row.gender},
-            {QStringLiteral("notes"), row.notes},
-            {QStringLiteral("phone"), row.phone},
-            {QStringLiteral("birthDate"), row.birthDate.toString(Qt::ISODate)},
-            {QStringLiteral("age"), row.age(QDate::currentDate())},
-            {QStringLiteral("lastRecordAt"), time(row.lastRecordAt)},
-            {QStringLiteral("hasDevices"), row.hasDevice},
-            {QStringLiteral("command"), row.command},
-            {QStringLiteral("isComplete"), row.commandComplete},
-            {QStringLiteral("isEnabled"), row.deviceEnabled}};
+    output.beginObject();
+    output.member(QLatin1String("id"), row.id);
+    output.member(QLatin1String("name"), row.name);
+    output.member(QLatin1String("gender"), row.gender);
+    output.member(QLatin1String("notes"), row.notes);
+    output.member(QLatin1String("phone"), row.phone);
+    output.member(QLatin1String("birthDate"), row.birthDate.toString(Qt::ISODate));
+    output.member(QLatin1String("age"), row.age(day));
+    output.member(QLatin1String("lastRecordAt"), time(row.lastRecordAt));
+    output.member(QLatin1String("hasDevices"), row.hasDevice);
+    output.member(QLatin1String("command"), row.command);
+    output.member(QLatin1String("isComplete"), row.commandComplete);
+    output.member(QLatin1String("isEnabled"), row.deviceEnabled);
+    output.endObject();
 }
 
-QJsonObject Wire::record(const Record& row)
+void Wire::record(JsonOutput& output, const Record& row)
 {
-    return {{QStringLiteral("id"), row.id},
-            {QStringLiteral("patientId"), row.patientId},
-            {QStringLiteral("doctorName"), row.doctorName},
-            {QStringLiteral("recordedAt"), time(row.recordedAt)},
-            {QStringLiteral("editable"), true},
-            {QStringLiteral("questionnaire"), row.questionnaire}};
+    output.beginObject();
+    output.member(QLatin1String("id"), row.id);
+    output.member(QLatin1String("patientId"), row.patientId);
+    output.member(QLatin1String("doctorName"), row.doctorName);
+    output.member(QLatin1String("recordedAt"), time(row.recordedAt));
+    output.member(QLatin1String("editable"), true);
+    output.member(QLatin1String("questionnaire"), row.questionnaire);
+    output.endObject();
 }
 
-QJsonObject Wire::marker(const Catalogue::Marker& entry, const QVector<int>& values, const QString& language)
+void Wire::marker(JsonOutput& output, const Catalogue::Marker& entry, const QVector<int>& values,
+                  const QString& language)
 {
-    QJsonArray list;
+    output.beginObject();
+    output.member(QLatin1String("id"), entry.id);
+    output.member(QLatin1String("title"), entry.title.in(language));
+    output.member(QLatin1String("description"), entry.description.in(language));
+    output.member(QLatin1String("amount"), int(entry.frequencies.size()));
+    output.key(QLatin1String("values"));
+    output.beginArray();
     for (const int value : values)
-        list.append(value);
-    return {{QStringLiteral("id"), entry.id},
-            {QStringLiteral("title"), entry.title.in(language)},
-            {QStringLiteral("description"), entry.description.in(language)},
-            {QStringLiteral("amount"), int(entry.frequencies.size())},
-            {QStringLiteral("values"), list}};
+        output.value(value);
+    output.endArray();
+    output.endObject();
 }
 
 } // namespace server

@@ -10,11 +10,13 @@
 #include <QString>
 #include <QVector>
 
+class QDate;
 class QDateTime;
 
 namespace server {
 
 class Failure;
+class JsonOutput;
 struct Patient;
 struct Record;
 
@@ -28,6 +30,7 @@ public:
     static Reply json(const QJsonDocument& document);
     static Reply json(const QJsonObject& object);
     static Reply json(const QJsonArray& array);
+    static Reply json(const JsonOutput& output);
     /// Status 200, plain text.
     static Reply text(const QByteArray& body);
     /// A failure that is one sentence.
@@ -42,10 +45,12 @@ public:
     /// The same wall clock as the client's tables print it, "yyyy-MM-dd HH:mm:ss".
     static QString clock(const QDateTime& moment);
 
-    static QJsonObject patient(const Patient& row);
-    static QJsonObject record(const Record& row);
+    /// Each writes one object. The age is that on a day.
+    static void patient(JsonOutput& output, const Patient& row, const QDate& day);
+    static void record(JsonOutput& output, const Record& row);
     /// `values` has one entry for each record that was analysed.
-    static QJsonObject marker(const Catalogue::Marker& entry, const QVector<int>& values, const QString& language);
+    static void marker(JsonOutput& output, const Catalogue::Marker& entry, const QVector<int>& values,
+                       const QString& language);
 };
 
 } // namespace server

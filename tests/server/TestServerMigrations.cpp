@@ -73,7 +73,7 @@ void TestServerMigrations::bringsTheFirstVersionUpToDate()
         const std::unique_ptr<Database> database = Database::open(path, error);
         QVERIFY2(database, qPrintable(error));
         {
-            QSqlQuery versions = database->run(QStringLiteral("SELECT COUNT(*), MAX(version) FROM schema_version"));
+            Rows versions = database->run(QStringLiteral("SELECT COUNT(*), MAX(version) FROM schema_version"));
             QVERIFY(versions.next());
             QCOMPARE(versions.value(0).toInt(), Migrations::latest());
             QCOMPARE(versions.value(1).toInt(), Migrations::latest());

@@ -224,7 +224,7 @@ QString TestServerPatientLists::practitioner(const QString& name)
 
 int TestServerPatientLists::value(const QString& statement, const QVariantList& values)
 {
-    QSqlQuery query = m_database->run(statement, values);
+    Rows query = m_database->run(statement, values);
     return query.next() ? query.value(0).toInt() : -1;
 }
 
@@ -520,7 +520,7 @@ QString TestServerPatientLists::plan(Statement statement)
                                text ? QLatin1Char('\'') + value.toString() + QLatin1Char('\'') : value.toString());
     }
     const bool postgres = TestDatabase::isPostgres();
-    QSqlQuery query = m_database->run(
+    Rows query = m_database->run(
         (postgres ? QStringLiteral("EXPLAIN (COSTS OFF) ") : QStringLiteral("EXPLAIN QUERY PLAN ")) + statement.text);
     QStringList lines;
     while (query.next())

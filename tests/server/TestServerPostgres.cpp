@@ -148,7 +148,7 @@ int TestServerPostgres::count(const QString& table)
 
 QVariant TestServerPostgres::value(const QString& statement, const QVariantList& values)
 {
-    QSqlQuery query = m_database->run(statement, values);
+    Rows query = m_database->run(statement, values);
     return query.next() ? query.value(0) : QVariant();
 }
 
@@ -191,7 +191,7 @@ void TestServerPostgres::databasesOfAnyName()
     {
         const std::unique_ptr<Database> other = Database::open(m_cluster->address(name), error);
         QVERIFY2(other, qPrintable(error));
-        QSqlQuery query = other->run(QStringLiteral("SELECT current_database()"));
+        Rows query = other->run(QStringLiteral("SELECT current_database()"));
         QVERIFY(query.next());
         QCOMPARE(query.value(0).toString(), name);
     }
@@ -309,7 +309,7 @@ void TestServerPostgres::valuesOfEveryKind()
     const QString text = QStringLiteral("it's \\ \"quoted\" $1 %s \n\t ё 😀");
     m_database->run(QStringLiteral("INSERT INTO kinds (t, i, b, r, n, e) VALUES (?, ?, ?, ?, ?, ?)"),
                     {text, -42, true, 0.1, QVariant(), QString()});
-    QSqlQuery query =
+    Rows query =
         m_database->run(QStringLiteral("SELECT t, i, b, r, n, e FROM kinds WHERE b = ? AND r = ?"), {true, 0.1});
     QVERIFY(query.next());
     QCOMPARE(query.value(0).toString(), text);
@@ -721,7 +721,7 @@ void TestServerPostgres::endedDuringUploads()
     QVERIFY(refused > 0);
 
     QSet<QString> stored;
-    QSqlQuery query = m_database->run(QStringLiteral("SELECT id, wave FROM records"));
+    Rows query = m_database->run(QStringLiteral("SELECT id, wave FROM records"));
     while (query.next()) {
         stored.insert(query.value(0).toString());
         QCOMPARE(query.value(1).toByteArray(), wave);

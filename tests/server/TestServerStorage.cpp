@@ -8,11 +8,13 @@
 #include "server/Patients.h"
 #include "server/Recipes.h"
 #include "server/Records.h"
+#include "server/Rows.h"
 #include "server/Secrets.h"
 #include "tests/server/TestDatabase.h"
 
 #include <QFile>
 #include <QSet>
+#include <QSqlRecord>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -43,6 +45,9 @@ private slots:
     void transactionsAreAllOrNothing();
     void partsOfATransaction();
     void failedPartsCannotBeCommitted();
+    void aStatementRunsWithinItself();
+    void aStatementOutlivesItsFailures();
+    void statementsOutliveAChangeOfTheTables();
 
     void hashesPasswords();
     void keepsTokensAsHashesAlone();
@@ -125,7 +130,7 @@ Patient TestServerStorage::patient(Patients& patients, const QString& name, cons
 
 int TestServerStorage::count(const QString& table)
 {
-    QSqlQuery query = m_database->run(QStringLiteral("SELECT COUNT(*) FROM ") + table);
+    Rows query = m_database->run(QStringLiteral("SELECT COUNT(*) FROM ") + table);
     return query.next() ? query.value(0).toInt() : -1;
 }
 
@@ -216,7 +221,7 @@ void TestServerStorage::connectionsAreDurableAndChecked()
                                                    QStringLiteral("PRAGMA synchronous"),  QStringLiteral("2")};
     std::thread([this, &settings] {
         for (int i = 0; i < settings.size(); i += 2) {
-            QSqlQuery query = m_database->run(settings.at(i));
+            Rows query = m_database->run(settings.at(i));
             QVERIFY(query.next());
             QCOMPARE(query.value(0).toString(), settings.at(i + 1));
         }
@@ -281,11 +286,74 @@ void TestServerStorage::failedPartsCannotBeCommitted()
     QCOMPARE(count(QStringLiteral("numbers")), 0);
 }
 
+void TestServerStorage::aStatementRunsWithinItself()
+{
+    // Two results of one statement at the same time, each with its own values, and none of them cut short.
+    const QString statement = QStringLiteral("SELECT name FROM practitioners WHERE name >= ? ORDER BY name");
+    for (const char* name : {"anna", "boris", "clara"})
+        practitioner(QString::fromLatin1(name));
+    for (int round = 0; round < 3; ++round) {
+        QStringList seen;
+        Rows outer = m_database->run(statement, {QStringLiteral("anna")});
+        while (outer.next()) {
+            seen.append(outer.value(0).toString());
+            Rows inner = m_database->run(statement, {QStringLiteral("boris")});
+            while (inner.next())
+                seen.append(inner.value(0).toString());
+        }
+        QCOMPARE(seen.join(QLatin1Char(' ')), QStringLiteral("anna boris clara boris boris clara clara boris clara"));
+    }
+    // More texts than any connection keeps.
+    for (int i = 0; i < 300; ++i) {
+        Rows query = m_database->run(QStringLiteral("SELECT name, %1 FROM practitioners WHERE name = ?").arg(i),
+                                     {QStringLiteral("clara")});
+        QVERIFY(query.next());
+        QCOMPARE(query.value(1).toInt(), i);
+    }
+    Rows query = m_database->run(statement, {QStringLiteral("clara")});
+    QVERIFY(query.next());
+    QCOMPARE(query.value(0).toString(), QStringLiteral("clara"));
+    QVERIFY(!query.next());
+}
+
+void TestServerStorage::aStatementOutlivesItsFailures()
+{
+    const QString statement = QStringLiteral("INSERT INTO patient_counts (practitioner_id, patients) VALUES (?, ?)");
+    const QString first = practitioner(QStringLiteral("anna")).id;
+    const QString second = practitioner(QStringLiteral("boris")).id;
+    m_database->run(QStringLiteral("DELETE FROM patient_counts"));
+    m_database->run(statement, {first, 1});
+    for (int i = 0; i < 3; ++i) {
+        QVERIFY_EXCEPTION_THROWN(m_database->run(statement, {first, 2}), DatabaseError);
+    }
+    m_database->run(statement, {second, 3});
+    QCOMPARE(count(QStringLiteral("patient_counts")), 2);
+}
+
+void TestServerStorage::statementsOutliveAChangeOfTheTables()
+{
+    const QString statement = QStringLiteral("SELECT p.* FROM practitioners p WHERE p.name = ?");
+    practitioner(QStringLiteral("anna"));
+    int columns = 0;
+    {
+        Rows before = m_database->run(statement, {QStringLiteral("anna")});
+        QVERIFY(before.next());
+        columns = before.record().count();
+    }
+    // By another server, which is newer.
+    const std::unique_ptr<Database> other = open();
+    QVERIFY(other);
+    other->run(QStringLiteral("CREATE INDEX practitioners_by_country ON practitioners (country)"));
+    Rows after = m_database->run(statement, {QStringLiteral("anna")});
+    QVERIFY(after.next());
+    QCOMPARE(after.record().count(), columns);
+}
+
 void TestServerStorage::hashesPasswords()
 {
     practitioner(QStringLiteral("anna"));
     practitioner(QStringLiteral("boris"));
-    QSqlQuery query = m_database->run(QStringLiteral("SELECT password_hash FROM practitioners"));
+    Rows query = m_database->run(QStringLiteral("SELECT password_hash FROM practitioners"));
     QVERIFY(query.next());
     const QString first = query.value(0).toString();
     QVERIFY(query.next());
@@ -313,7 +381,7 @@ void TestServerStorage::keepsTokensAsHashesAlone()
         QCOMPARE(accounts.authenticate(session->token).practitioner.name, QStringLiteral("anna"));
     }
     QCOMPARE(tokens.size(), 3);
-    QSqlQuery query = m_database->run(QStringLiteral("SELECT token_hash FROM sessions"));
+    Rows query = m_database->run(QStringLiteral("SELECT token_hash FROM sessions"));
     int rows = 0;
     while (query.next()) {
         ++rows;
