@@ -202,8 +202,8 @@ bool Bench::runOn(bool postgres, int patients)
     QString head = QStringLiteral("| operation |");
     QString rule = QStringLiteral("|---|");
     for (const int clients : qAsConst(m_settings.clients)) {
-        head += QStringLiteral(" %1: a second | median ms | 99 % ms | bare HTTP | bare SQL | ratio |").arg(clients);
-        rule += QStringLiteral("--:|--:|--:|--:|--:|--:|");
+        head += QStringLiteral(" %1: a second | median, 99 % | yardsticks | ratio |").arg(clients);
+        rule += QStringLiteral("--:|--:|--:|--:|");
     }
     print(head + QLatin1Char('\n') + rule);
     const QVector<Operation> all = operations();
@@ -452,8 +452,8 @@ bool Bench::measure(const Operation& operation, QStringList& row)
             return false;
         }
         const double ratio = sql > 0 ? (1 / result.rate()) / (1 / http + 1 / sql) : 0;
-        row << figure(result.rate()) << figure(result.median) << figure(result.slow) << figure(http) << figure(sql)
-            << figure(ratio);
+        row << figure(result.rate()) << figure(result.median) + QStringLiteral(", ") + figure(result.slow)
+            << (sql > 0 ? figure(http) + QStringLiteral(", ") + figure(sql) : figure(http)) << figure(ratio);
     }
     return true;
 }

@@ -25,6 +25,8 @@ constexpr int patience = 60000;
 constexpr int noLimit = -1;
 /// Scripts that pgbench takes at once.
 constexpr int maxScripts = 100;
+/// Of each client of pgbench, in what would be a second.
+constexpr int fewTransactions = 500;
 const auto role = QLatin1String("quelmar");
 
 /// The statement with its values in it, as the tools take it: in one line.
@@ -275,15 +277,16 @@ double Stage::runShells(const QVector<QVector<server::Statement>>& groups, int s
 
 double Stage::rateOfPgbench(const QVector<QVector<server::Statement>>& groups, int clients, double seconds)
 {
-    QStringList arguments = connectionOptions() + QStringList{QStringLiteral("-n"),
-                                                              QStringLiteral("-M"),
-                                                              QStringLiteral("prepared"),
-                                                              QStringLiteral("-c"),
-                                                              QString::number(clients),
-                                                              QStringLiteral("-j"),
-                                                              QString::number(std::min(clients, 2)),
-                                                              QStringLiteral("-T"),
-                                                              QString::number(std::max(1, int(seconds + 0.5)))};
+    QStringList arguments =
+        connectionOptions() +
+        QStringList{
+            QStringLiteral("-n"),     QStringLiteral("-M"), QStringLiteral("prepared"),           QStringLiteral("-c"),
+            QString::number(clients), QStringLiteral("-j"), QString::number(std::min(clients, 2))};
+    // It counts whole seconds only.
+    if (seconds < 1)
+        arguments << QStringLiteral("-t") << QString::number(int(seconds * fewTransactions) + 1);
+    else
+        arguments << QStringLiteral("-T") << QString::number(int(seconds + 0.5));
     for (int i = 0; i < std::min(int(groups.size()), maxScripts); ++i) {
         const QString path = m_folder + QStringLiteral("/script%1.sql").arg(i);
         if (!store(path, written(groups.at(i))))
