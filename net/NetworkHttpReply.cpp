@@ -37,6 +37,9 @@ void NetworkHttpReply::setupReply()
     connect(networkReply, SIGNAL(finished()), this, SLOT(replyFinished()), Qt::UniqueConnection);
     connect(networkReply, SIGNAL(downloadProgress(qint64, qint64)), this, SLOT(downloadProgress(qint64, qint64)),
             Qt::UniqueConnection);
+    // Qt reports no progress in the first 100 ms of a request, and none later if nothing more comes.
+    connect(networkReply, &QNetworkReply::readyRead, this,
+            [this] { downloadProgress(networkReply->bytesAvailable(), -1); });
 }
 
 QUrl NetworkHttpReply::url() const

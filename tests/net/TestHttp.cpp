@@ -173,6 +173,7 @@ private slots:
     void goesWithItsTransport();
 
     void timesOutBeforeTheFirstByte();
+    void waitsWithoutLimitAfterTheFirstByte_data();
     void waitsWithoutLimitAfterTheFirstByte();
     void abortsASlowUpload();
     void endsOnceWhenAReceiverWaits();
@@ -713,13 +714,21 @@ void TestHttp::timesOutBeforeTheFirstByte()
     QTRY_COMPARE(server->connections(), 0);
 }
 
+void TestHttp::waitsWithoutLimitAfterTheFirstByte_data()
+{
+    QTest::addColumn<int>("delay");
+    // Qt reports no progress in the first 100 ms of a request.
+    QTest::newRow("at once") << 0;
+    QTest::newRow("later") << 200;
+}
+
 void TestHttp::waitsWithoutLimitAfterTheFirstByte()
 {
+    QFETCH(int, delay);
     LoopbackServer::Answer answer;
     answer.kind = LoopbackServer::Answer::StallInBody;
     answer.body = "ab";
-    // Qt reports no progress in the first 100 ms of a request.
-    answer.delay = 200;
+    answer.delay = delay;
     server->expect("GET", "/", answer);
     Http http;
     http.setReadTimeout(500);

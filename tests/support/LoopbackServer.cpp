@@ -57,6 +57,19 @@ bool LoopbackServer::listen(quint16 port)
 void LoopbackServer::stop()
 {
     server.close();
+    dropConnections();
+}
+
+void LoopbackServer::resetConnections()
+{
+    const QList<QTcpSocket*> sockets = buffers.keys();
+    for (QTcpSocket* socket : sockets) {
+        reset(socket);
+    }
+}
+
+void LoopbackServer::dropConnections()
+{
     const QList<QTcpSocket*> sockets = buffers.keys();
     for (QTcpSocket* socket : sockets) {
         socket->disconnect(this);
@@ -65,6 +78,7 @@ void LoopbackServer::stop()
     }
     buffers.clear();
     stalled.clear();
+    held.clear();
 }
 
 QUrl LoopbackServer::url(const QString& path) const
@@ -98,6 +112,18 @@ void LoopbackServer::release()
     for (const Stalled& one : all) {
         if (one.socket != nullptr) {
             one.socket->write(one.rest);
+        }
+    }
+}
+
+void LoopbackServer::proceed()
+{
+    holding = false;
+    const QList<Held> all = held;
+    held.clear();
+    for (const Held& one : all) {
+        if (one.socket != nullptr) {
+            answer(one.socket, one.answer, one.withBody);
         }
     }
 }
@@ -174,6 +200,10 @@ void LoopbackServer::serve(QTcpSocket* socket, const Request& request)
         chosen.status = 599;
     }
     const bool withBody = request.method != "HEAD";
+    if (chosen.held && holding) {
+        held.append({socket, chosen, withBody});
+        return;
+    }
     if (chosen.delay == 0) {
         answer(socket, chosen, withBody);
         return;

@@ -55,6 +55,8 @@ public:
         /// Serves every request of this method and target from now on: a client repeats a request whose connection was
         /// dropped before the reply.
         bool always = false;
+        /// Begins only at proceed(), whatever the kind.
+        bool held = false;
     };
 
     /// Listens on any free loopback port.
@@ -70,6 +72,11 @@ public:
     void stop();
 
     QUrl url(const QString& path) const;
+    quint16 port() const { return server.serverPort(); }
+    /// Drops every connection, but goes on listening.
+    void dropConnections();
+    /// The same with a reset, which the client takes for an accident.
+    void resetConnections();
 
     void expect(const QByteArray& method, const QByteArray& target, const Answer& answer);
     /// A reply with this body.
@@ -79,6 +86,8 @@ public:
 
     /// Sends the rest of all stalled answers' bodies.
     void release();
+    /// Begins the answers that are held, and holds none from now on.
+    void proceed();
 
     const QList<Request>& requests() const { return received; }
     const Request& last() const { return received.last(); }
@@ -101,6 +110,13 @@ private:
         QByteArray rest;
     };
 
+    struct Held
+    {
+        QPointer<QTcpSocket> socket;
+        Answer answer;
+        bool withBody;
+    };
+
     bool listen(quint16 port);
     void accept();
     void read(QTcpSocket* socket);
@@ -112,6 +128,8 @@ private:
     QList<Expectation> expectations;
     QList<Request> received;
     QList<Stalled> stalled;
+    QList<Held> held;
+    bool holding = true;
     bool hasFallback = false;
     Answer fallback;
 };
