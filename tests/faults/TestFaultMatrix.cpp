@@ -5,6 +5,7 @@
 #include "net/Http.h"
 #include "net/HttpReply.h"
 #include "net/LoadingWindow.h"
+#include "signal/AudioRecorder.h"
 #include "tests/faults/Stage.h"
 #include "tests/faults/requests.h"
 #include "tests/signal/FakeUsb.h"
@@ -235,6 +236,7 @@ void TestFaultMatrix::initTestCase()
         server->expect("POST", "/recipe", QByteArray());
         stage->click("buttonStart");
         EVENTUALLY(server->pending() == 0 && ObjectCensus::living<LoadingWindow>().isEmpty());
+        const AudioRecorder recorder(nullptr, false);
     }
     cleanup();
 }
