@@ -3,6 +3,7 @@
 
 #include "model/Patient.h"
 #include "net/Authentication.h"
+#include "net/isCutShort.h"
 
 #include <QHttpMultiPart>
 #include <QNetworkAccessManager>
@@ -42,7 +43,7 @@ void FileTransfer::send(QString& url, Patient* patient, QByteArray& bytes, QStri
 void FileTransfer::finished(QNetworkReply* reply)
 {
     const QByteArray body = reply->readAll();
-    if (reply->error() != QNetworkReply::NoError) {
+    if (reply->error() != QNetworkReply::NoError || isCutShort(*reply, body.size())) {
         emit onError(body);
     } else {
         emit onSuccess(body);

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "net/NetworkHttpReply.h"
 
+#include "net/isCutShort.h"
+
 #include <QNetworkReply>
 #include <QTimer>
 
@@ -125,6 +127,10 @@ void NetworkHttpReply::replyFinished()
     readTimer->stop();
     const int status = statusCode();
     if (status >= 200 && status < 300) {
+        if (isCutShort(*networkReply, networkReply->bytesAvailable())) {
+            emitError();
+            return;
+        }
         emit data(networkReply->readAll());
     }
     emitFinished();

@@ -99,7 +99,8 @@ bool isValueClass(const QString& path)
 bool isHttp(const QString& path)
 {
     static const QSet<QString> units{QStringLiteral("net/Http"), QStringLiteral("net/HttpRequest"),
-                                     QStringLiteral("net/HttpReply"), QStringLiteral("net/NetworkHttpReply")};
+                                     QStringLiteral("net/HttpReply"), QStringLiteral("net/NetworkHttpReply"),
+                                     QStringLiteral("net/isCutShort")};
     return units.contains(unit(path));
 }
 

@@ -6,6 +6,7 @@
 #include "net/FileTransfer.h"
 #include "net/Http.h"
 #include "net/LoadingWindow.h"
+#include "tests/support/EarlyServer.h"
 #include "tests/support/LoopbackServer.h"
 #include "tests/support/MessageGuard.h"
 
@@ -89,6 +90,9 @@ private slots:
     void reportsTheReply();
     void reportsATransportFailure_data();
     void reportsATransportFailure();
+    void noticesAReplyThatIsCutShort_data();
+    void noticesAReplyThatIsCutShort();
+    void takesALengthWithoutABody();
     void leavesNothingBehind();
     void survivesAReceiverThatWaits();
 
@@ -297,6 +301,57 @@ void TestFileTransfer::reportsATransportFailure()
     } else {
         QCOMPARE(watch.body, QByteArray());
     }
+}
+
+void TestFileTransfer::noticesAReplyThatIsCutShort_data()
+{
+    QTest::addColumn<QByteArray>("body");
+    QTest::addColumn<bool>("succeeds");
+    QTest::newRow("nothing") << QByteArray() << false;
+    QTest::newRow("half of it") << QByteArray("{\"id\"") << false;
+    QTest::newRow("whole") << QByteArray("{\"id\": \"r\"}") << true;
+}
+
+void TestFileTransfer::noticesAReplyThatIsCutShort()
+{
+    QFETCH(QByteArray, body);
+    QFETCH(bool, succeeds);
+    // Qt takes the end of the connection for the end of a reply that began before the request was sent.
+    EarlyServer early("HTTP/1.1 200 Status\r\nContent-Length: 11\r\n\r\n" + body);
+    auto* const transfer = new FileTransfer;
+    Watch watch(transfer);
+    QString url = early.url().toString();
+    Patient of = patient(QStringLiteral("p"));
+    QByteArray bytes(EarlyServer::largeSize, 'x');
+    transfer->send(url, &of, bytes, QString());
+    auto* const reply = transfer->findChild<QNetworkReply*>();
+    QTRY_VERIFY(early.hasAnswered());
+    early.readOn();
+    QTRY_VERIFY_WITH_TIMEOUT(early.received() > EarlyServer::largeSize, 30000);
+    if (!succeeds) {
+        QTRY_COMPARE(reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt(), 200);
+        QTRY_COMPARE(reply->bytesAvailable(), qint64(body.size()));
+        QCOMPARE(watch.successCount + watch.errorCount, 0);
+        early.resetConnections();
+    }
+    QTRY_VERIFY(watch.isGone());
+    QCOMPARE(watch.successCount, succeeds ? 1 : 0);
+    QCOMPARE(watch.errorCount, succeeds ? 0 : 1);
+    QCOMPARE(watch.body, body);
+}
+
+void TestFileTransfer::takesALengthWithoutABody()
+{
+    // Such a reply tells the length of the body that it would have had otherwise.
+    LoopbackServer::Answer answer;
+    answer.status = 304;
+    answer.headers.insert("Content-Length", "11");
+    server->expect("POST", "/record", answer);
+    Watch watch = send(QStringLiteral("/record"), QStringLiteral("p"), "x", QStringLiteral("d"));
+    QTRY_VERIFY(watch.isGone());
+    QCOMPARE(watch.successCount, 1);
+    QCOMPARE(watch.errorCount, 0);
+    QCOMPARE(watch.body, QByteArray());
 }
 
 void TestFileTransfer::leavesNothingBehind()

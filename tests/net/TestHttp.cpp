@@ -2,6 +2,7 @@
 #include "net/Http.h"
 #include "net/HttpReply.h"
 #include "net/NetworkHttpReply.h"
+#include "tests/support/EarlyServer.h"
 #include "tests/support/LoopbackServer.h"
 #include "tests/support/MessageGuard.h"
 
@@ -168,6 +169,9 @@ private slots:
     void givesTheDefaultsOfAReply();
     void reportsATransportFailure_data();
     void reportsATransportFailure();
+    void noticesAReplyThatIsCutShort_data();
+    void noticesAReplyThatIsCutShort();
+    void takesALengthWithoutABody();
     void reportsARefusedConnection();
     void outlivesTheSender();
     void goesWithItsTransport();
@@ -655,6 +659,55 @@ void TestHttp::reportsATransportFailure()
     QCOMPARE(watch.events, finishedThenError());
     // Whatever part of the body came through is handed on.
     QVERIFY2(received.startsWith(watch.error), watch.error.constData());
+}
+
+void TestHttp::noticesAReplyThatIsCutShort_data()
+{
+    QTest::addColumn<bool>("put");
+    QTest::addColumn<QByteArray>("body");
+    QTest::addColumn<bool>("succeeds");
+    QTest::newRow("POST, nothing") << false << QByteArray() << false;
+    QTest::newRow("POST, half of it") << false << QByteArray("half") << false;
+    QTest::newRow("POST, whole") << false << QByteArray("the whole of it") << true;
+    QTest::newRow("PUT, half of it") << true << QByteArray("half") << false;
+}
+
+void TestHttp::noticesAReplyThatIsCutShort()
+{
+    QFETCH(bool, put);
+    QFETCH(QByteArray, body);
+    QFETCH(bool, succeeds);
+    // Qt takes the end of the connection for the end of a reply that began before the request was sent.
+    EarlyServer early("HTTP/1.1 200 Status\r\nContent-Length: 15\r\n\r\n" + body);
+    const QByteArray bytes(EarlyServer::largeSize, 'x');
+    Http http;
+    HttpReply* const reply =
+        put ? http.put(early.url(), bytes, "text/plain") : http.post(early.url(), bytes, "text/plain");
+    Watch watch(reply);
+    const QNetworkReply* const transport = transportOf(reply);
+    QTRY_VERIFY(early.hasAnswered());
+    early.readOn();
+    QTRY_VERIFY_WITH_TIMEOUT(early.received() > EarlyServer::largeSize, 30000);
+    if (!succeeds) {
+        QTRY_COMPARE(transport->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt(), 200);
+        QTRY_COMPARE(transport->bytesAvailable(), qint64(body.size()));
+        QCOMPARE(watch.events, QStringList());
+        early.resetConnections();
+    }
+    QTRY_VERIFY(watch.isGone());
+    QCOMPARE(watch.events, succeeds ? dataThenFinished() : finishedThenError());
+    QCOMPARE(succeeds ? watch.data : watch.error, body);
+}
+
+void TestHttp::takesALengthWithoutABody()
+{
+    LoopbackServer::Answer answer;
+    answer.body = "only its length is sent";
+    server->expect("HEAD", "/", answer);
+    Watch watch(Http().head(server->url(QStringLiteral("/"))));
+    QTRY_VERIFY(watch.isGone());
+    QCOMPARE(watch.events, dataThenFinished());
+    QCOMPARE(watch.data, QByteArray());
 }
 
 void TestHttp::reportsARefusedConnection()
