@@ -66,7 +66,7 @@ bool eventually(const std::function<bool()>& condition)
     QElapsedTimer passed;
     passed.start();
     bool holds = condition();
-    while (!holds && passed.elapsed() < 10000) {
+    while (!holds && passed.elapsed() < 60000) {
         QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
         QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
         holds = condition();

@@ -17,8 +17,8 @@
 
 class Patient;
 
-/// Runs the event loop until the condition holds; false after ten seconds. Unlike QTest::qWaitFor() it never sleeps
-/// while events are there.
+/// Runs the event loop until the condition holds; false after a minute, which only a machine that is very busy needs.
+/// Unlike QTest::qWaitFor() it never sleeps while events are there.
 bool eventually(const std::function<bool()>& condition);
 
 #define EVENTUALLY(condition) QVERIFY2(eventually([&] { return (condition); }), #condition)
