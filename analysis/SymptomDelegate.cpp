@@ -25,6 +25,8 @@ QWidget* SymptomDelegate::createEditor(QWidget* parent, const QStyleOptionViewIt
     }
     auto* const box = new QComboBox(parent);
     box->setFrame(false);
+    box->setAccessibleName(index.siblingAtColumn(0).data().toString());
+    box->setAccessibleDescription(box->accessibleName());
     box->addItem(tr("Complaint.none"), 0);
     box->addItem(tr("Complaint.periodic"), 1);
     box->addItem(tr("Complaint.moderate"), 2);

@@ -8,6 +8,7 @@
 #include "app/Dialogs.h"
 #include "model/Category.h"
 #include "model/Storage.h"
+#include "model/picture.h"
 #include "net/Controller.h"
 #include "signal/Utils.h"
 #include "ui_ViewAnalysis.h"
@@ -41,6 +42,7 @@ ViewAnalysis::ViewAnalysis(QWidget* parent, Patient* analysisPatient, QList<Reco
     , summaryProxy(std::make_unique<QSortFilterProxyModel>())
 {
     ui->setupUi(this);
+    ui->labelSeparator->setPixmap(picture(QStringLiteral(":/images/separator.png")));
     // On the bar alone: the tab widget would hand a font down to the tables.
     QFont tabFont = ui->tabWidget->tabBar()->font();
     tabFont.setPointSize(15);

@@ -2,6 +2,7 @@
 #include "analysis/ViewComparativeAnalysis.h"
 
 #include "app/Dialogs.h"
+#include "model/picture.h"
 #include "net/Controller.h"
 #include "signal/Utils.h"
 #include "ui_ViewComparativeAnalysis.h"
@@ -164,6 +165,7 @@ ViewComparativeAnalysis::ViewComparativeAnalysis(QWidget* parent, Patient* compa
     , records(*comparedRecords)
 {
     ui->setupUi(this);
+    ui->label->setPixmap(picture(QStringLiteral(":/images/separator.png")));
     ui->buttonBack->setText(tr("Text.patientCard").arg(patient.getName()));
     ui->labelPatientName->setText(QLatin1Char('(') + patient.getName() + QLatin1Char(')'));
 

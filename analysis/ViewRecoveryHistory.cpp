@@ -5,6 +5,7 @@
 #include "analysis/SymptomModel.h"
 #include "app/Dialogs.h"
 #include "model/SymptomsTable.h"
+#include "model/picture.h"
 #include "net/Controller.h"
 #include "signal/Utils.h"
 #include "ui_ViewRecoveryHistory.h"
@@ -31,6 +32,7 @@ ViewRecoveryHistory::ViewRecoveryHistory(QWidget* parent, Patient* historyPatien
     , records(*historyRecords)
 {
     ui->setupUi(this);
+    ui->label->setPixmap(picture(QStringLiteral(":/images/separator.png")));
     setAttribute(Qt::WA_DeleteOnClose);
     // A plain widget has no border from the style sheet otherwise.
     ui->tableViewBox->setAttribute(Qt::WA_StyledBackground);

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "app/Dialogs.h"
 
+#include "model/picture.h"
+
 #include <QLayout>
 #include <QMessageBox>
 #include <QObject>
@@ -48,13 +50,13 @@ bool Dialogs::confirmDeletePatient(QWidget* parent, const QString& name)
 {
     return innerConfirm(parent, QObject::tr("Dialog.deletePatient"),
                         QObject::tr("Dialog.confirmDeletePatient").arg(name),
-                        QPixmap(QStringLiteral(":/images/patient-delete.png")));
+                        picture(QStringLiteral(":/images/patient-delete.png")));
 }
 
 bool Dialogs::confirmDeleteRecord(QWidget* parent, const QString& name)
 {
     return innerConfirm(parent, QObject::tr("Dialog.deleteRecord"), QObject::tr("Dialog.confirmDeleteRecord").arg(name),
-                        QPixmap(QStringLiteral(":/images/record-delete.png")));
+                        picture(QStringLiteral(":/images/record-delete.png")));
 }
 
 bool Dialogs::innerConfirm(QWidget* parent, const QString& title, const QString& text, const QPixmap& pixmap)

@@ -8,6 +8,7 @@
 #include "app/DialogAbout.h"
 #include "app/DialogChangePassword.h"
 #include "app/Dialogs.h"
+#include "app/TableKeys.h"
 #include "app/switchTranslator.h"
 #include "model/PatientManager.h"
 #include "net/Authentication.h"
@@ -27,6 +28,7 @@
 #include <QPointer>
 #include <QPushButton>
 #include <QStackedWidget>
+#include <QTableView>
 #include <QTimer>
 
 #include <cstdlib>
@@ -172,6 +174,10 @@ void MainWindow::onMenuUpdates()
 
 void MainWindow::pushScreen(QWidget* screen)
 {
+    const QList<QTableView*> tables = screen->findChildren<QTableView*>();
+    for (QTableView* table : tables) {
+        new TableKeys(table);
+    }
     stack->addWidget(screen);
     stack->setCurrentWidget(screen);
 }

@@ -21,7 +21,7 @@ void init(QApplication& app)
     // text dark on the sheet's light grounds where the desktop has a dark theme.
     QPalette palette = app.palette();
     palette.setColor(QPalette::Text, QColor(0x41, 0x41, 0x41));
-    palette.setColor(QPalette::PlaceholderText, QColor(0x88, 0x88, 0x88));
+    palette.setColor(QPalette::PlaceholderText, QColor(0x6f, 0x6f, 0x6f));
     palette.setColor(QPalette::Disabled, QPalette::Text, QColor(0x88, 0x88, 0x88));
     app.setPalette(palette);
     QApplication::setApplicationName(QString::fromLatin1(Constants::NAME));

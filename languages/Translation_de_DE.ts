@@ -154,6 +154,18 @@
         <source>Title.application</source>
         <translation>Quelmar</translation>
     </message>
+    <message>
+        <source>Text.username</source>
+        <translation>Benutzername</translation>
+    </message>
+    <message>
+        <source>Text.password</source>
+        <translation>Passwort</translation>
+    </message>
+    <message>
+        <source>Text.login</source>
+        <translation>Anmelden</translation>
+    </message>
 </context>
 <context>
     <name>DialogManageDevices</name>
@@ -195,6 +207,18 @@
     <message>
         <source>Title.player</source>
         <translation>Wiedergabe</translation>
+    </message>
+    <message>
+        <source>Text.play</source>
+        <translation>Abspielen</translation>
+    </message>
+    <message>
+        <source>Text.pause</source>
+        <translation>Anhalten</translation>
+    </message>
+    <message>
+        <source>Text.stop</source>
+        <translation>Beenden</translation>
     </message>
 </context>
 <context>
@@ -250,6 +274,10 @@
     <message>
         <source>Text.save</source>
         <translation>Speichern</translation>
+    </message>
+    <message>
+        <source>Text.month</source>
+        <translation>Monat</translation>
     </message>
 </context>
 <context>
@@ -827,6 +855,17 @@ Möchten Sie die Datei trotzdem löschen?</translation>
     </message>
 </context>
 <context>
+    <name>QPagination</name>
+    <message>
+        <source>Text.previousPage</source>
+        <translation>Vorherige Seite</translation>
+    </message>
+    <message>
+        <source>Text.nextPage</source>
+        <translation>Nächste Seite</translation>
+    </message>
+</context>
+<context>
     <name>QPlatformTheme</name>
     <message>
         <source>OK</source>
@@ -1046,6 +1085,10 @@ Möchten Sie die Datei trotzdem löschen?</translation>
         <source>Text.questionnaire</source>
         <translation>Fragebogen</translation>
     </message>
+    <message>
+        <source>Text.allRecords</source>
+        <translation>Alle Aufnahmen</translation>
+    </message>
 </context>
 <context>
     <name>SummaryTableModel</name>
@@ -1132,6 +1175,14 @@ Möchten Sie die Datei trotzdem löschen?</translation>
     <message>
         <source>Text.patientCard</source>
         <translation>Patientenkarte: %1</translation>
+    </message>
+    <message>
+        <source>Text.category</source>
+        <translation>Kategorie</translation>
+    </message>
+    <message>
+        <source>Text.storage</source>
+        <translation>Markersatz</translation>
     </message>
 </context>
 <context>
@@ -1242,6 +1293,14 @@ Möchten Sie die Datei trotzdem löschen?</translation>
     <message>
         <source>Text.confirmSave</source>
         <translation>Das Rezept wurde geändert. Änderungen speichern?</translation>
+    </message>
+    <message>
+        <source>Text.target</source>
+        <translation>Ziel</translation>
+    </message>
+    <message>
+        <source>Text.command</source>
+        <translation>Befehl</translation>
     </message>
 </context>
 <context>
@@ -1389,6 +1448,10 @@ Möchten Sie die Datei trotzdem löschen?</translation>
         <source>Title.patients</source>
         <translation>Patienten</translation>
     </message>
+    <message>
+        <source>Text.searchIn</source>
+        <translation>Suchen in</translation>
+    </message>
 </context>
 <context>
     <name>ViewReceipt</name>
@@ -1423,6 +1486,14 @@ Möchten Sie die Datei trotzdem löschen?</translation>
     <message>
         <source>Text.load</source>
         <translation>Laden</translation>
+    </message>
+    <message>
+        <source>Text.category</source>
+        <translation>Kategorie</translation>
+    </message>
+    <message>
+        <source>Text.storage</source>
+        <translation>Markersatz</translation>
     </message>
 </context>
 <context>

@@ -154,6 +154,18 @@
         <source>Title.application</source>
         <translation>Quelmar</translation>
     </message>
+    <message>
+        <source>Text.username</source>
+        <translation>User name</translation>
+    </message>
+    <message>
+        <source>Text.password</source>
+        <translation>Password</translation>
+    </message>
+    <message>
+        <source>Text.login</source>
+        <translation>Log in</translation>
+    </message>
 </context>
 <context>
     <name>DialogManageDevices</name>
@@ -195,6 +207,18 @@
     <message>
         <source>Title.player</source>
         <translation>Playback</translation>
+    </message>
+    <message>
+        <source>Text.play</source>
+        <translation>Play</translation>
+    </message>
+    <message>
+        <source>Text.pause</source>
+        <translation>Pause</translation>
+    </message>
+    <message>
+        <source>Text.stop</source>
+        <translation>Stop</translation>
     </message>
 </context>
 <context>
@@ -250,6 +274,10 @@
     <message>
         <source>Text.save</source>
         <translation>Save</translation>
+    </message>
+    <message>
+        <source>Text.month</source>
+        <translation>Month</translation>
     </message>
 </context>
 <context>
@@ -827,6 +855,17 @@ Do you want to delete it anyway?</translation>
     </message>
 </context>
 <context>
+    <name>QPagination</name>
+    <message>
+        <source>Text.previousPage</source>
+        <translation>Previous page</translation>
+    </message>
+    <message>
+        <source>Text.nextPage</source>
+        <translation>Next page</translation>
+    </message>
+</context>
+<context>
     <name>QPlatformTheme</name>
     <message>
         <source>OK</source>
@@ -1046,6 +1085,10 @@ Do you want to delete it anyway?</translation>
         <source>Text.questionnaire</source>
         <translation>Questionnaire</translation>
     </message>
+    <message>
+        <source>Text.allRecords</source>
+        <translation>All records</translation>
+    </message>
 </context>
 <context>
     <name>SummaryTableModel</name>
@@ -1132,6 +1175,14 @@ Do you want to delete it anyway?</translation>
     <message>
         <source>Text.patientCard</source>
         <translation>Patient card: %1</translation>
+    </message>
+    <message>
+        <source>Text.category</source>
+        <translation>Category</translation>
+    </message>
+    <message>
+        <source>Text.storage</source>
+        <translation>Marker set</translation>
     </message>
 </context>
 <context>
@@ -1242,6 +1293,14 @@ Do you want to delete it anyway?</translation>
     <message>
         <source>Text.confirmSave</source>
         <translation>The recipe has been changed. Save the changes?</translation>
+    </message>
+    <message>
+        <source>Text.target</source>
+        <translation>Target</translation>
+    </message>
+    <message>
+        <source>Text.command</source>
+        <translation>Command</translation>
     </message>
 </context>
 <context>
@@ -1389,6 +1448,10 @@ Do you want to delete it anyway?</translation>
         <source>Title.patients</source>
         <translation>Patients</translation>
     </message>
+    <message>
+        <source>Text.searchIn</source>
+        <translation>Search in</translation>
+    </message>
 </context>
 <context>
     <name>ViewReceipt</name>
@@ -1423,6 +1486,14 @@ Do you want to delete it anyway?</translation>
     <message>
         <source>Text.load</source>
         <translation>Load</translation>
+    </message>
+    <message>
+        <source>Text.category</source>
+        <translation>Category</translation>
+    </message>
+    <message>
+        <source>Text.storage</source>
+        <translation>Marker set</translation>
     </message>
 </context>
 <context>

@@ -154,6 +154,18 @@
         <source>Title.application</source>
         <translation>Quelmar</translation>
     </message>
+    <message>
+        <source>Text.username</source>
+        <translation>Nazwa użytkownika</translation>
+    </message>
+    <message>
+        <source>Text.password</source>
+        <translation>Hasło</translation>
+    </message>
+    <message>
+        <source>Text.login</source>
+        <translation>Zaloguj się</translation>
+    </message>
 </context>
 <context>
     <name>DialogManageDevices</name>
@@ -195,6 +207,18 @@
     <message>
         <source>Title.player</source>
         <translation>Odtwarzanie</translation>
+    </message>
+    <message>
+        <source>Text.play</source>
+        <translation>Odtwórz</translation>
+    </message>
+    <message>
+        <source>Text.pause</source>
+        <translation>Wstrzymaj</translation>
+    </message>
+    <message>
+        <source>Text.stop</source>
+        <translation>Zatrzymaj</translation>
     </message>
 </context>
 <context>
@@ -250,6 +274,10 @@
     <message>
         <source>Text.save</source>
         <translation>Zapisz</translation>
+    </message>
+    <message>
+        <source>Text.month</source>
+        <translation>Miesiąc</translation>
     </message>
 </context>
 <context>
@@ -827,6 +855,17 @@ Czy mimo to go usunąć?</translation>
     </message>
 </context>
 <context>
+    <name>QPagination</name>
+    <message>
+        <source>Text.previousPage</source>
+        <translation>Poprzednia strona</translation>
+    </message>
+    <message>
+        <source>Text.nextPage</source>
+        <translation>Następna strona</translation>
+    </message>
+</context>
+<context>
     <name>QPlatformTheme</name>
     <message>
         <source>OK</source>
@@ -1046,6 +1085,10 @@ Czy mimo to go usunąć?</translation>
         <source>Text.questionnaire</source>
         <translation>Ankieta</translation>
     </message>
+    <message>
+        <source>Text.allRecords</source>
+        <translation>Wszystkie nagrania</translation>
+    </message>
 </context>
 <context>
     <name>SummaryTableModel</name>
@@ -1132,6 +1175,14 @@ Czy mimo to go usunąć?</translation>
     <message>
         <source>Text.patientCard</source>
         <translation>Karta pacjenta: %1</translation>
+    </message>
+    <message>
+        <source>Text.category</source>
+        <translation>Kategoria</translation>
+    </message>
+    <message>
+        <source>Text.storage</source>
+        <translation>Zestaw markerów</translation>
     </message>
 </context>
 <context>
@@ -1242,6 +1293,14 @@ Czy mimo to go usunąć?</translation>
     <message>
         <source>Text.confirmSave</source>
         <translation>Receptura została zmieniona. Zapisać zmiany?</translation>
+    </message>
+    <message>
+        <source>Text.target</source>
+        <translation>Cel</translation>
+    </message>
+    <message>
+        <source>Text.command</source>
+        <translation>Polecenie</translation>
     </message>
 </context>
 <context>
@@ -1389,6 +1448,10 @@ Czy mimo to go usunąć?</translation>
         <source>Title.patients</source>
         <translation>Pacjenci</translation>
     </message>
+    <message>
+        <source>Text.searchIn</source>
+        <translation>Szukaj w</translation>
+    </message>
 </context>
 <context>
     <name>ViewReceipt</name>
@@ -1423,6 +1486,14 @@ Czy mimo to go usunąć?</translation>
     <message>
         <source>Text.load</source>
         <translation>Wczytaj</translation>
+    </message>
+    <message>
+        <source>Text.category</source>
+        <translation>Kategoria</translation>
+    </message>
+    <message>
+        <source>Text.storage</source>
+        <translation>Zestaw markerów</translation>
     </message>
 </context>
 <context>

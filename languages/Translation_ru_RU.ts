@@ -154,6 +154,18 @@
         <source>Title.application</source>
         <translation>Quelmar</translation>
     </message>
+    <message>
+        <source>Text.username</source>
+        <translation>Имя пользователя</translation>
+    </message>
+    <message>
+        <source>Text.password</source>
+        <translation>Пароль</translation>
+    </message>
+    <message>
+        <source>Text.login</source>
+        <translation>Войти</translation>
+    </message>
 </context>
 <context>
     <name>DialogManageDevices</name>
@@ -195,6 +207,18 @@
     <message>
         <source>Title.player</source>
         <translation>Воспроизведение</translation>
+    </message>
+    <message>
+        <source>Text.play</source>
+        <translation>Воспроизвести</translation>
+    </message>
+    <message>
+        <source>Text.pause</source>
+        <translation>Приостановить</translation>
+    </message>
+    <message>
+        <source>Text.stop</source>
+        <translation>Остановить</translation>
     </message>
 </context>
 <context>
@@ -250,6 +274,10 @@
     <message>
         <source>Text.save</source>
         <translation>Сохранить</translation>
+    </message>
+    <message>
+        <source>Text.month</source>
+        <translation>Месяц</translation>
     </message>
 </context>
 <context>
@@ -827,6 +855,17 @@ Do you want to delete it anyway?</source>
     </message>
 </context>
 <context>
+    <name>QPagination</name>
+    <message>
+        <source>Text.previousPage</source>
+        <translation>Предыдущая страница</translation>
+    </message>
+    <message>
+        <source>Text.nextPage</source>
+        <translation>Следующая страница</translation>
+    </message>
+</context>
+<context>
     <name>QPlatformTheme</name>
     <message>
         <source>OK</source>
@@ -1046,6 +1085,10 @@ Do you want to delete it anyway?</source>
         <source>Text.questionnaire</source>
         <translation>Анкета</translation>
     </message>
+    <message>
+        <source>Text.allRecords</source>
+        <translation>Все записи</translation>
+    </message>
 </context>
 <context>
     <name>SummaryTableModel</name>
@@ -1132,6 +1175,14 @@ Do you want to delete it anyway?</source>
     <message>
         <source>Text.patientCard</source>
         <translation>Карточка пациента: %1</translation>
+    </message>
+    <message>
+        <source>Text.category</source>
+        <translation>Категория</translation>
+    </message>
+    <message>
+        <source>Text.storage</source>
+        <translation>Набор маркеров</translation>
     </message>
 </context>
 <context>
@@ -1242,6 +1293,14 @@ Do you want to delete it anyway?</source>
     <message>
         <source>Text.confirmSave</source>
         <translation>Рецепт изменён. Сохранить изменения?</translation>
+    </message>
+    <message>
+        <source>Text.target</source>
+        <translation>Назначение</translation>
+    </message>
+    <message>
+        <source>Text.command</source>
+        <translation>Команда</translation>
     </message>
 </context>
 <context>
@@ -1389,6 +1448,10 @@ Do you want to delete it anyway?</source>
         <source>Title.patients</source>
         <translation>Пациенты</translation>
     </message>
+    <message>
+        <source>Text.searchIn</source>
+        <translation>Искать в</translation>
+    </message>
 </context>
 <context>
     <name>ViewReceipt</name>
@@ -1423,6 +1486,14 @@ Do you want to delete it anyway?</source>
     <message>
         <source>Text.load</source>
         <translation>Загрузить</translation>
+    </message>
+    <message>
+        <source>Text.category</source>
+        <translation>Категория</translation>
+    </message>
+    <message>
+        <source>Text.storage</source>
+        <translation>Набор маркеров</translation>
     </message>
 </context>
 <context>

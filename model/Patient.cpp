@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "model/Patient.h"
 
+#include "model/picture.h"
+
 #include <QDateTime>
 #include <QJsonDocument>
 
@@ -28,32 +30,32 @@ QString Patient::getAge() const
 
 QPixmap Patient::getIcon() const
 {
-    return QPixmap(gender == QLatin1String("MALE") ? QStringLiteral(":/images/patient-male.png")
+    return picture(gender == QLatin1String("MALE") ? QStringLiteral(":/images/patient-male.png")
                                                    : QStringLiteral(":/images/patient-female.png"));
 }
 
 QPixmap Patient::getGenderIcon() const
 {
-    return QPixmap(gender == QLatin1String("MALE") ? QStringLiteral(":/images/gender-male.png")
+    return picture(gender == QLatin1String("MALE") ? QStringLiteral(":/images/gender-male.png")
                                                    : QStringLiteral(":/images/gender-female.png"));
 }
 
 QPixmap Patient::getStatusIcon() const
 {
     if (!hasDevices) {
-        return QPixmap(QStringLiteral(":/images/not-connected-device.png"));
+        return picture(QStringLiteral(":/images/not-connected-device.png"));
     }
     if (!enabled) {
-        return QPixmap(QStringLiteral(":/images/connected-device-blocked.png"));
+        return picture(QStringLiteral(":/images/connected-device-blocked.png"));
     }
     if (isRecordCommand()) {
-        return QPixmap(complete ? QStringLiteral(":/images/connected-device-record-complete.png")
+        return picture(complete ? QStringLiteral(":/images/connected-device-record-complete.png")
                                 : QStringLiteral(":/images/connected-device-record.png"));
     }
     if (isRecipeCommand() && !complete) {
-        return QPixmap(QStringLiteral(":/images/connected-device-recipe.png"));
+        return picture(QStringLiteral(":/images/connected-device-recipe.png"));
     }
-    return QPixmap(QStringLiteral(":/images/connected-device.png"));
+    return picture(QStringLiteral(":/images/connected-device.png"));
 }
 
 int Patient::getStatusToolTip() const

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "net/DialogLogin.h"
 
+#include "model/picture.h"
 #include "net/Controller.h"
 #include "ui_DialogLogin.h"
 
@@ -14,6 +15,8 @@ DialogLogin::DialogLogin(QWidget* parent)
     , ui(std::make_unique<Ui::DialogLogin>())
 {
     ui->setupUi(this);
+    ui->usernameLabel->setPixmap(picture(QStringLiteral(":/images/login-as-user.png")));
+    ui->passwordLabel->setPixmap(picture(QStringLiteral(":/images/login-password.png")));
     setFixedSize(geometry().size());
     setWindowFlag(Qt::WindowStaysOnTopHint);
     setModal(true);

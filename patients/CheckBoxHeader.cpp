@@ -24,6 +24,13 @@ void CheckBoxHeader::redrawCheckBox()
     viewport()->update();
 }
 
+void CheckBoxHeader::clickCheckBox()
+{
+    isChecked = !isChecked;
+    redrawCheckBox();
+    emit checkBoxClicked(isChecked);
+}
+
 void CheckBoxHeader::paintSection(QPainter* painter, const QRect& rect, int logicalIndex) const
 {
     painter->save();
@@ -44,9 +51,7 @@ void CheckBoxHeader::paintSection(QPainter* painter, const QRect& rect, int logi
 void CheckBoxHeader::mousePressEvent(QMouseEvent* event)
 {
     if (sectionAt(event) == 0) {
-        isChecked = !isChecked;
-        redrawCheckBox();
-        emit checkBoxClicked(isChecked);
+        clickCheckBox();
     } else {
         setSectionsClickable(true);
     }

@@ -17,6 +17,8 @@ public:
 
     void setIsChecked(bool state);
     void redrawCheckBox();
+    /// What a click on the box does.
+    void clickCheckBox();
 
 protected:
     void paintSection(QPainter* painter, const QRect& rect, int logicalIndex) const override;

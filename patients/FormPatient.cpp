@@ -2,6 +2,7 @@
 #include "patients/FormPatient.h"
 
 #include "model/Patient.h"
+#include "model/picture.h"
 #include "signal/Utils.h"
 #include "ui_FormPatient.h"
 
@@ -14,6 +15,7 @@ FormPatient::FormPatient(QWidget* parent)
     , ui(std::make_unique<Ui::FormPatient>())
 {
     ui->setupUi(this);
+    ui->iconLabel->setPixmap(picture(QStringLiteral(":/images/patient-settings.png")));
     ui->nameField->setPlaceholderText(tr("Text.name"));
     ui->birthDateDayField->setValidator(new QIntValidator(1, 31, ui->birthDateDayField));
     for (int month = 0; month < 12; ++month) {

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "patients/PatientDelegate.h"
 
+#include "model/picture.h"
+
 #include <QPainter>
 
 namespace {
@@ -16,11 +18,11 @@ constexpr int statusSize = 24;
 } // namespace
 
 PatientDelegate::PatientDelegate(QObject* parent)
-    : IconDelegate(QPixmap(QStringLiteral(":/images/edit.png")), parent)
-    , editIcon(QStringLiteral(":/images/edit.png"))
-    , editHoverIcon(QStringLiteral(":/images/edit-hover.png"))
-    , trashIcon(QStringLiteral(":/images/trash.png"))
-    , trashHoverIcon(QStringLiteral(":/images/trash-hover.png"))
+    : IconDelegate(picture(QStringLiteral(":/images/edit.png")), parent)
+    , editIcon(picture(QStringLiteral(":/images/edit.png")))
+    , editHoverIcon(picture(QStringLiteral(":/images/edit-hover.png")))
+    , trashIcon(picture(QStringLiteral(":/images/trash.png")))
+    , trashHoverIcon(picture(QStringLiteral(":/images/trash-hover.png")))
 {
 }
 

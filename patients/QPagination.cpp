@@ -5,6 +5,7 @@
 #include <QIcon>
 #include <QPainter>
 #include <QPixmap>
+#include <QPointer>
 #include <QPushButton>
 #include <QStyleOption>
 
@@ -102,10 +103,19 @@ void QPagination::updateTotalPages(int pages)
     }
     previousPage = -1;
     buttonCount = slotCount;
+    // New buttons come last among all those of the window.
+    QWidget* before = previousButton->previousInFocusChain();
+    while (before != previousButton && (isAncestorOf(before) || !before->focusPolicy().testFlag(Qt::TabFocus))) {
+        before = before->previousInFocusChain();
+    }
+    const QPointer<QWidget> anchor(before == previousButton ? nullptr : before);
     clearRow();
     delete previousButton;
     delete nextButton;
     makeStepButtons();
+    if (anchor != nullptr) {
+        setTabOrder(anchor, previousButton);
+    }
     show();
 }
 
@@ -116,7 +126,9 @@ void QPagination::show()
 
     row->addItem(makeSpacer());
     previousButton->setText(QStringLiteral("<"));
+    previousButton->setAccessibleName(tr("Text.previousPage"));
     nextButton->setText(QStringLiteral(">"));
+    nextButton->setAccessibleName(tr("Text.nextPage"));
     for (QPushButton* const button : {previousButton, nextButton}) {
         button->setEnabled(false);
         button->hide();
@@ -156,7 +168,18 @@ void QPagination::show()
         row->addWidget(nextButton);
     }
     row->addItem(makeSpacer());
+    orderTabs();
     calculate();
+}
+
+void QPagination::orderTabs()
+{
+    QWidget* last = previousButton;
+    for (QPushButton* const button : qAsConst(pageButtons)) {
+        setTabOrder(last, button);
+        last = button;
+    }
+    setTabOrder(last, nextButton);
 }
 
 void QPagination::applyStyleSheet(QPushButton* button) const

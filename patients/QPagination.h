@@ -51,6 +51,8 @@ protected:
 private:
     void makeStepButtons();
     void clearRow();
+    /// From left to right.
+    void orderTabs();
     void calculate();
     void setButton(int index, int page);
     void go(int page);

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "patients/RecordDelegate.h"
 
+#include "model/picture.h"
+
 #include <QPainter>
 
 namespace {
@@ -11,9 +13,9 @@ constexpr int trashColumn = 6;
 } // namespace
 
 RecordDelegate::RecordDelegate(QObject* parent)
-    : IconDelegate(QPixmap(QStringLiteral(":/images/trash.png")), parent)
-    , trashIcon(QStringLiteral(":/images/trash.png"))
-    , trashHoverIcon(QStringLiteral(":/images/trash-hover.png"))
+    : IconDelegate(picture(QStringLiteral(":/images/trash.png")), parent)
+    , trashIcon(picture(QStringLiteral(":/images/trash.png")))
+    , trashHoverIcon(picture(QStringLiteral(":/images/trash-hover.png")))
 {
 }
 

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "patients/RecordModel.h"
 
+#include "model/picture.h"
+
 #include <QColor>
 #include <QPixmap>
 
@@ -64,7 +66,7 @@ QVariant RecordModel::displayData(int row, int column) const
     case Number:
         return records.size() - row;
     case Notes:
-        return record.isEditable() ? QPixmap() : QPixmap(QStringLiteral(":/images/notes.png"));
+        return record.isEditable() ? QPixmap() : picture(QStringLiteral(":/images/notes.png"));
     case RecordedAt:
         return record.getRecordedAt();
     case DoctorName:
@@ -93,6 +95,9 @@ QVariant RecordModel::headerData(int section, Qt::Orientation orientation, int r
         default:
             return static_cast<int>(Qt::AlignLeft | Qt::AlignVCenter);
         }
+    }
+    if (role == Qt::AccessibleTextRole && section == Check) {
+        return tr("Text.allRecords");
     }
     if (role != Qt::DisplayRole) {
         return {};

@@ -21,6 +21,7 @@
 #include <QFileDialog>
 #include <QPersistentModelIndex>
 #include <QPointer>
+#include <QShortcut>
 #include <QStandardPaths>
 
 namespace {
@@ -109,6 +110,15 @@ void ViewPatient::setupTable()
     table->verticalHeader()->hide();
     table->verticalHeader()->setSectionResizeMode(QHeaderView::Fixed);
     table->verticalHeader()->setDefaultSectionSize(40);
+
+    // What the mouse does on the boxes and icons.
+    connect(new QShortcut(Qt::Key_Space, table, nullptr, nullptr, Qt::WidgetShortcut), &QShortcut::activated, this,
+            [this, table] {
+                const QModelIndex current = table->currentIndex();
+                proxy->setData(current.siblingAtColumn(checkColumn), Qt::Checked, Qt::CheckStateRole);
+            });
+    connect(new QShortcut(Qt::Key_Delete, table, nullptr, nullptr, Qt::WidgetShortcut), &QShortcut::activated, this,
+            [this, table] { onDeleteRecord(table->currentIndex()); });
 }
 
 void ViewPatient::updateUi()

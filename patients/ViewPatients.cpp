@@ -13,6 +13,7 @@
 
 #include <QChildEvent>
 #include <QHeaderView>
+#include <QShortcut>
 #include <QTimer>
 
 namespace {
@@ -144,6 +145,20 @@ void ViewPatients::setupTable()
     table->verticalHeader()->hide();
     table->verticalHeader()->setSectionResizeMode(QHeaderView::Fixed);
     table->verticalHeader()->setDefaultSectionSize(40);
+
+    // What the mouse does by a double click and on the icons.
+    const auto onKey = [this, table](const QKeySequence& key, void (ViewPatients::*act)(const QModelIndex&)) {
+        auto* const shortcut = new QShortcut(key, table, nullptr, nullptr, Qt::WidgetShortcut);
+        connect(shortcut, &QShortcut::activated, this, [this, table, act] {
+            if (table->currentIndex().isValid()) {
+                (this->*act)(table->currentIndex());
+            }
+        });
+    };
+    onKey(Qt::Key_Return, &ViewPatients::onDoubleClick);
+    onKey(Qt::Key_Enter, &ViewPatients::onDoubleClick);
+    onKey(Qt::Key_F2, &ViewPatients::edit);
+    onKey(Qt::Key_Delete, &ViewPatients::remove);
 }
 
 void ViewPatients::onCreate(Patient* patient)

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "recipe/ImpactDelegate.h"
 
+#include "model/picture.h"
 #include "recipe/ImpactModel.h"
 
 #include <QMouseEvent>
@@ -12,11 +13,17 @@ constexpr int upColumn = 1;
 constexpr int downColumn = 2;
 constexpr int trashColumn = 4;
 
+/// On the screen; a picture of double density has twice as many pixels.
+QSize shownSize(const QPixmap& pixmap)
+{
+    return pixmap.size() / pixmap.devicePixelRatio();
+}
+
 } // namespace
 
 ImpactDelegate::ImpactDelegate(QObject* parent)
     : QStyledItemDelegate(parent)
-    , trash(QStringLiteral(":/images/trash.png"))
+    , trash(picture(QStringLiteral(":/images/trash.png")))
     , up(getIcon(QStringLiteral(":/images/table-arrow-up.png")))
     , down(getIcon(QStringLiteral(":/images/table-arrow-down.png")))
 {
@@ -24,18 +31,22 @@ ImpactDelegate::ImpactDelegate(QObject* parent)
 
 QPixmap ImpactDelegate::getIcon(const QString& path)
 {
-    return QPixmap(path).scaled(20, 20, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
+    const QPixmap pixmap = picture(path);
+    const qreal density = pixmap.devicePixelRatio();
+    QPixmap icon = pixmap.scaled(QSize(20, 20) * density, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
+    icon.setDevicePixelRatio(density);
+    return icon;
 }
 
 int ImpactDelegate::getIconWidth(int column) const
 {
     switch (column) {
     case upColumn:
-        return up.width();
+        return shownSize(up).width();
     case downColumn:
-        return down.width();
+        return shownSize(down).width();
     case trashColumn:
-        return trash.width();
+        return shownSize(trash).width();
     default:
         return 0;
     }
@@ -45,7 +56,7 @@ void ImpactDelegate::paint(QPainter* painter, const QStyleOptionViewItem& option
 {
     QStyledItemDelegate::paint(painter, option, index);
     const auto draw = [painter, &option](const QPixmap& pixmap) {
-        painter->drawPixmap(option.rect.center() - pixmap.rect().center(), pixmap);
+        painter->drawPixmap(option.rect.center() - QRect(QPoint(0, 0), shownSize(pixmap)).center(), pixmap);
     };
     if (index.column() == upColumn && index.row() >= 1) {
         draw(up);

@@ -1,11 +1,13 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "recipe/ReceiptDelegate.h"
 
+#include "model/picture.h"
 #include "recipe/ReceiptModel.h"
 
 #include <QMouseEvent>
 #include <QPainter>
 #include <QSortFilterProxyModel>
+#include <QTableView>
 
 #include <cmath>
 
@@ -25,7 +27,7 @@ float part(int whole, int value)
 
 ReceiptDelegate::ReceiptDelegate(QObject* parent)
     : QStyledItemDelegate(parent)
-    , notes(QStringLiteral(":/images/notes.png"))
+    , notes(picture(QStringLiteral(":/images/notes.png")))
     , gradient(QStringLiteral(":/images/gradient.png"))
     , popup(nullptr)
 {
@@ -37,7 +39,8 @@ void ReceiptDelegate::paint(QPainter* painter, const QStyleOptionViewItem& optio
     if (index.column() == percentColumn) {
         paintPercent(painter, option, index);
     } else if (index.column() == notesColumn) {
-        painter->drawPixmap(option.rect.center() - notes.rect().center(), notes);
+        const QRect shown(QPoint(0, 0), notes.size() / notes.devicePixelRatio());
+        painter->drawPixmap(option.rect.center() - shown.center(), notes);
     }
 }
 
@@ -90,21 +93,47 @@ bool ReceiptDelegate::editorEvent(QEvent* event, QAbstractItemModel* model, cons
         return false;
     }
 
-    const auto* const proxy = qobject_cast<QSortFilterProxyModel*>(model);
+    if (option.widget != nullptr) {
+        open(option.widget, option.rect, model, index);
+    }
+    return false;
+}
+
+bool ReceiptDelegate::open(const QWidget* table, const QRect& rect, const QAbstractItemModel* model,
+                           const QModelIndex& index)
+{
+    const auto* const proxy = qobject_cast<const QSortFilterProxyModel*>(model);
     const auto* const receipt = proxy == nullptr ? nullptr : qobject_cast<ReceiptModel*>(proxy->sourceModel());
-    if (receipt == nullptr || option.widget == nullptr) {
+    if (receipt == nullptr) {
         return false;
     }
-    const QPoint origin = option.widget->mapToGlobal(QPoint(0, 0));
-    const QPoint middle = option.widget->mapToGlobal(QPoint(0, option.rect.height() / 2));
+    const QPoint origin = table->mapToGlobal(QPoint(0, 0));
+    const QPoint middle = table->mapToGlobal(QPoint(0, rect.height() / 2));
     popup.setRow(index.row());
-    popup.setTargetPosition(QPoint(option.rect.left() + middle.x(), option.rect.top() + middle.y() + headerHeight));
-    popup.setTargetRect(option.rect.translated(origin.x(), origin.y() + headerHeight));
+    popup.setTargetPosition(QPoint(rect.left() + middle.x(), rect.top() + middle.y() + headerHeight));
+    popup.setTargetRect(rect.translated(origin.x(), origin.y() + headerHeight));
     const Marker marker = receipt->getMarker(proxy->mapToSource(index).row());
     popup.setTitle(marker.getTitle());
     popup.setText(marker.getDescription());
     popup.show();
-    return false;
+    return true;
+}
+
+void ReceiptDelegate::showDescription(const QTableView* table, const QModelIndex& index)
+{
+    if (index.isValid() && open(table, table->visualRect(index), table->model(), index)) {
+        popup.stay();
+    }
+}
+
+void ReceiptDelegate::hideDescription()
+{
+    popup.dismiss();
+}
+
+bool ReceiptDelegate::scrollDescription(int pages)
+{
+    return popup.isVisible() && popup.scroll(pages);
 }
 
 #include "moc_ReceiptDelegate.cpp"

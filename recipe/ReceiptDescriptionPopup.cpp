@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "recipe/ReceiptDescriptionPopup.h"
 
+#include "model/picture.h"
+
 #include <QCursor>
 #include <QEvent>
 #include <QFrame>
@@ -8,6 +10,7 @@
 #include <QLabel>
 #include <QPainter>
 #include <QPlainTextEdit>
+#include <QScrollBar>
 #include <QVBoxLayout>
 
 namespace {
@@ -42,7 +45,7 @@ ReceiptDescriptionPopup::ReceiptDescriptionPopup(QWidget* parent)
     background->setGraphicsEffect(shadow);
 
     iconLabel->setAlignment(Qt::AlignLeft | Qt::AlignTop);
-    iconLabel->setPixmap(QPixmap(QStringLiteral(":/images/notes-popup.png")));
+    iconLabel->setPixmap(picture(QStringLiteral(":/images/notes-popup.png")));
     titleLabel->setObjectName(QStringLiteral("titleLabel"));
     titleLabel->setAlignment(Qt::AlignLeft | Qt::AlignTop);
     titleLabel->setWordWrap(true);
@@ -156,6 +159,13 @@ void ReceiptDescriptionPopup::dismiss()
 {
     timer.stop();
     hide();
+}
+
+bool ReceiptDescriptionPopup::scroll(int pages)
+{
+    QScrollBar* const bar = textViewer->verticalScrollBar();
+    bar->setValue(bar->value() + pages * bar->pageStep());
+    return true;
 }
 
 void ReceiptDescriptionPopup::tick()

@@ -36,6 +36,11 @@ public:
     void setText(const QString& value);
     /// The next look at the cursor comes 500 ms from now.
     void resetTimer();
+    /// Stays when shown, wherever the cursor is, until dismiss() or the next show().
+    void stay() { timer.stop(); }
+    void dismiss();
+    /// By so many heights of the text viewer; true.
+    bool scroll(int pages);
 
 public slots:
     /// Moves beside the target position and shows; hides QWidget's own.
@@ -48,7 +53,6 @@ protected:
 
 private:
     void buildBackground();
-    void dismiss();
     void tick();
 
     int shownRow = -1;

@@ -3,6 +3,7 @@
 
 #include "app/Dialogs.h"
 #include "model/PatientManager.h"
+#include "model/picture.h"
 #include "net/Controller.h"
 #include "recipe/ImpactDelegate.h"
 #include "recipe/ImpactModel.h"
@@ -13,9 +14,11 @@
 #include <QFileDialog>
 #include <QHeaderView>
 #include <QPointer>
+#include <QShortcut>
 #include <QStandardPaths>
 
 #include <cmath>
+#include <functional>
 #include <limits>
 
 namespace {
@@ -44,6 +47,8 @@ ViewImpact::ViewImpact(QWidget* parent, Patient* impactPatient, Record* impactRe
 {
     qRegisterMetaType<ViewImpact::Target>("ViewImpact::Target");
     ui->setupUi(this);
+    ui->labelSeparator->setPixmap(picture(QStringLiteral(":/images/separator.png")));
+    ui->labelSeparator2->setPixmap(picture(QStringLiteral(":/images/separator.png")));
     ui->spinBoxDuration->setAttribute(Qt::WA_MacShowFocusRect, false);
     connectParent();
 
@@ -72,6 +77,7 @@ ViewImpact::ViewImpact(QWidget* parent, Patient* impactPatient, Record* impactRe
 
     ui->buttonPatientCard->setText(tr("Text.patientCard").arg(patient.getName()));
     ui->labelTitle->setText(tr("Text.recipe").arg(patient.getName(), record.getRecordedAt()));
+    ui->tableView->setAccessibleName(ui->labelTitle->text());
     ui->labelConnectedDevice->setVisible(patient.isHasDevices());
     ui->labelConnectedDevice->setPixmap(patient.getStatusIcon());
     setTotalMarkers();
@@ -117,6 +123,31 @@ void ViewImpact::setupTable()
     table->setSelectionMode(QAbstractItemView::SingleSelection);
     table->setColumnWidth(numberColumn, 50);
     table->setAlternatingRowColors(true);
+
+    // What the mouse does on the icons.
+    const auto onKey = [this, table](const QKeySequence& key, const std::function<void(const QModelIndex&)>& act) {
+        auto* const shortcut = new QShortcut(key, table, nullptr, nullptr, Qt::WidgetShortcut);
+        connect(shortcut, &QShortcut::activated, this, [table, act] {
+            if (table->currentIndex().isValid()) {
+                act(table->currentIndex());
+            }
+        });
+    };
+    const auto moveBy = [this, table](const QModelIndex& index, int rows) {
+        const QModelIndex target = index.siblingAtRow(index.row() + rows);
+        if (target.isValid()) {
+            model->swapMarkers(index.row(), target.row());
+            table->setCurrentIndex(target);
+        }
+    };
+    onKey(Qt::ALT + Qt::Key_Up, [moveBy](const QModelIndex& index) { moveBy(index, -1); });
+    onKey(Qt::ALT + Qt::Key_Down, [moveBy](const QModelIndex& index) { moveBy(index, 1); });
+    onKey(Qt::Key_Delete, [this, table](const QModelIndex& index) {
+        const int row = index.row();
+        const int column = index.column();
+        model->removeMarker(index);
+        table->setCurrentIndex(model->index(qMin(row, model->rowCount() - 1), column));
+    });
 }
 
 void ViewImpact::fillBoxes()

@@ -4,6 +4,7 @@
 #include "app/Dialogs.h"
 #include "model/Category.h"
 #include "model/Storage.h"
+#include "model/picture.h"
 #include "net/Controller.h"
 #include "recipe/ReceiptDelegate.h"
 #include "recipe/ReceiptModel.h"
@@ -14,6 +15,7 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QKeyEvent>
 #include <QPointer>
 #include <QSortFilterProxyModel>
 
@@ -37,8 +39,10 @@ ViewReceipt::ViewReceipt(QWidget* parent, Patient* receiptPatient, Record* recei
     , record(*receiptRecord)
 {
     ui->setupUi(this);
+    ui->labelSeparator->setPixmap(picture(QStringLiteral(":/images/separator.png")));
     ui->buttonBack->setText(tr("Text.patientCard").arg(patient.getName()));
     ui->labelTitle->setText(tr("Text.createRecipe").arg(patient.getName(), record.getRecordedAt()));
+    ui->tableView->setAccessibleName(ui->labelTitle->text());
     ui->labelConnectedDevice->setVisible(patient.isHasDevices());
     ui->labelConnectedDevice->setPixmap(patient.getStatusIcon());
 
@@ -76,6 +80,8 @@ ViewReceipt::ViewReceipt(QWidget* parent, Patient* receiptPatient, Record* recei
     connect(ui->buttonBack, SIGNAL(clicked()), this, SLOT(backToPatient()));
     connect(ui->comboBoxCategories, SIGNAL(currentIndexChanged(int)), this, SLOT(onCategoryChanged(int)));
     connect(model, SIGNAL(onSelect(Marker&)), this, SLOT(onSelection(Marker&)));
+    table->installEventFilter(this);
+    connect(table->selectionModel(), &QItemSelectionModel::currentChanged, delegate, &ReceiptDelegate::hideDescription);
 
     auto* const controller = new Controller(this);
     controller->getRecipe(&patient, &record);
@@ -84,6 +90,43 @@ ViewReceipt::ViewReceipt(QWidget* parent, Patient* receiptPatient, Record* recei
 }
 
 ViewReceipt::~ViewReceipt() = default;
+
+bool ViewReceipt::eventFilter(QObject* watched, QEvent* event)
+{
+    if (watched == ui->tableView && event->type() == QEvent::FocusOut) {
+        delegate->hideDescription();
+    } else if (watched == ui->tableView && event->type() == QEvent::KeyPress) {
+        return tableKey(static_cast<QKeyEvent*>(event)->key());
+    }
+    return QWidget::eventFilter(watched, event);
+}
+
+bool ViewReceipt::tableKey(int key)
+{
+    const QModelIndex current = ui->tableView->currentIndex();
+    switch (key) {
+    case Qt::Key_Space:
+        // Wherever in the row: the cell that is current cannot be told from its neighbours.
+        return current.isValid() &&
+               proxy->setData(current.siblingAtColumn(titleColumn), Qt::Checked, Qt::CheckStateRole);
+    case Qt::Key_Return:
+    case Qt::Key_Enter:
+        if (current.isValid()) {
+            ui->tableView->scrollTo(current);
+            delegate->showDescription(ui->tableView, current.siblingAtColumn(notesColumn));
+        }
+        return true;
+    case Qt::Key_Escape:
+        delegate->hideDescription();
+        return true;
+    case Qt::Key_PageUp:
+        return delegate->scrollDescription(-1);
+    case Qt::Key_PageDown:
+        return delegate->scrollDescription(1);
+    default:
+        return false;
+    }
+}
 
 void ViewReceipt::onLoadRecipe(const QByteArray& bytes)
 {

@@ -46,6 +46,8 @@ public:
     ViewReceipt(QWidget* parent, Patient* patient, Record* record);
     ~ViewReceipt() override;
 
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
 public slots:
     void onAnalyse();
     void onAnalyseSuccess(const QByteArray& bytes);
@@ -61,6 +63,8 @@ public slots:
     void markerRemove(const QString& id);
 
 private:
+    /// What the mouse does on the boxes and the notes; false leaves the key to the table.
+    bool tableKey(int key);
     void removeSelected(const QString& id);
     QList<Marker> selectedMarkers() const;
     void updateHeaderHeight();

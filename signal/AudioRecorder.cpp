@@ -67,7 +67,13 @@ AudioRecorder::~AudioRecorder()
 
 QPixmap AudioRecorder::getIcon(QString path)
 {
-    return QPixmap(path).scaled(iconSide, iconSide, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
+    // An icon takes the double of the picture by itself where the screen is dense.
+    QPixmap pixmap = QIcon(path).pixmap(QPixmap(path).size());
+    const qreal density = pixmap.devicePixelRatio();
+    const QSize size = QSize(iconSide, iconSide) * density;
+    pixmap = pixmap.scaled(size, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
+    pixmap.setDevicePixelRatio(density);
+    return pixmap;
 }
 
 void AudioRecorder::deleteTemporaryFile()
@@ -92,6 +98,8 @@ void AudioRecorder::processBuffer(QAudioBuffer audio)
     samples.resize(targetSize);
     ui->groupRecordStart->hide();
     ui->groupRecordConfirm->show();
+    ui->buttonSaveRecord->setDefault(true);
+    ui->buttonSaveRecord->setFocus();
     ui->labelMessage->setText(tr("Dialog.signalRecordConfirm"));
     ui->labelIcon->setPixmap(getIcon(QStringLiteral(":/images/record-done.png")));
     recorder->stop();
@@ -156,6 +164,8 @@ void AudioRecorder::onRerecord()
     ui->labelMessage->setText(tr("Dialog.signalRecord"));
     ui->labelIcon->setPixmap(getIcon(QStringLiteral(":/images/record-sensor.png")));
     ui->buttonStartRecord->setEnabled(true);
+    ui->buttonStartRecord->setDefault(true);
+    ui->buttonStartRecord->setFocus();
 }
 
 void AudioRecorder::onSaveRecord()

@@ -213,6 +213,11 @@ void DialogPlayer::tick()
 
 void DialogPlayer::stateChanged(QAudio::State state)
 {
+    const auto offer = [this](const QString& picture, const QString& name) {
+        ui->buttonPlayPause->setIcon(QIcon(picture));
+        ui->buttonPlayPause->setAccessibleName(name);
+        ui->buttonPlayPause->setToolTip(name);
+    };
     switch (state) {
     case QAudio::IdleState:
         // An output that was fed too late is idle for a moment as well, with data left; it goes on by itself.
@@ -223,10 +228,10 @@ void DialogPlayer::stateChanged(QAudio::State state)
         emit onFinish(true);
         break;
     case QAudio::ActiveState:
-        ui->buttonPlayPause->setIcon(QIcon(QStringLiteral(":/images/pause.png")));
+        offer(QStringLiteral(":/images/pause.png"), tr("Text.pause"));
         break;
     default:
-        ui->buttonPlayPause->setIcon(QIcon(QStringLiteral(":/images/play.png")));
+        offer(QStringLiteral(":/images/play.png"), tr("Text.play"));
         break;
     }
 }

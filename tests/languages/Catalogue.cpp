@@ -74,6 +74,16 @@ const Row rows[] = {
     {"ViewPatients", "Text.listPatients Text.patientSearch Text.newPatient Title.patients"},
     {"ViewReceipt", "Text.createRecipe Text.load"},
     {"ViewRecoveryHistory", "Text.newSymptom Text.removeSymptom Text.symptomName Title.historyOfRecovery"},
+
+    // What has no words on the screen: names for those who hear it, and the player's tool tips.
+    {"DialogLogin", "Text.username Text.password Text.login"},
+    {"DialogPlayer", "Text.play Text.pause Text.stop"},
+    {"FormPatient", "Text.month"},
+    {"QPagination", "Text.previousPage Text.nextPage"},
+    {"RecordModel", "Text.allRecords"},
+    {"ViewAnalysis ViewReceipt", "Text.category Text.storage"},
+    {"ViewImpact", "Text.target Text.command"},
+    {"ViewPatients", "Text.searchIn"},
 };
 
 } // namespace
