@@ -30,7 +30,7 @@ void TableKeys::makeHeaderAStop()
 
     header->setFocusPolicy(Qt::TabFocus);
     QWidget* before = table->previousInFocusChain();
-    while (before != table && (before == header || !before->focusPolicy().testFlag(Qt::TabFocus))) {
+    while (before != table && (before == header || (before->focusPolicy() & Qt::TabFocus) == 0)) {
         before = before->previousInFocusChain();
     }
     if (before != table) {

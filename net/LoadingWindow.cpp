@@ -21,7 +21,10 @@ LoadingWindow::LoadingWindow(QWidget* parent)
     auto* animation = new QLabel(this);
     animation->setObjectName(QStringLiteral("labelAnimation"));
     animation->setAlignment(Qt::AlignHCenter | Qt::AlignTop);
-    auto* movie = new QMovie(QStringLiteral(":/images/loading.gif"), QByteArray(), animation);
+    // A movie does not choose its double by itself.
+    const bool dense = devicePixelRatioF() > 1;
+    auto* movie = new QMovie(dense ? QStringLiteral(":/images/loading@2x.gif") : QStringLiteral(":/images/loading.gif"),
+                             QByteArray(), animation);
     animation->setMovie(movie);
     layout->addWidget(animation);
     movie->start();

@@ -105,7 +105,7 @@ void QPagination::updateTotalPages(int pages)
     buttonCount = slotCount;
     // New buttons come last among all those of the window.
     QWidget* before = previousButton->previousInFocusChain();
-    while (before != previousButton && (isAncestorOf(before) || !before->focusPolicy().testFlag(Qt::TabFocus))) {
+    while (before != previousButton && (isAncestorOf(before) || (before->focusPolicy() & Qt::TabFocus) == 0)) {
         before = before->previousInFocusChain();
     }
     const QPointer<QWidget> anchor(before == previousButton ? nullptr : before);

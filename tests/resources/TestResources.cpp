@@ -196,7 +196,8 @@ void TestResources::doubles()
 
 void TestResources::nothingElse()
 {
-    QSet<QString> wanted = {QStringLiteral(":/styles.css"), QStringLiteral(":/images/loading.gif")};
+    QSet<QString> wanted = {QStringLiteral(":/styles.css"), QStringLiteral(":/images/loading.gif"),
+                            QStringLiteral(":/images/loading@2x.gif")};
     for (const Picture& picture : images) {
         wanted.insert(imagePath(picture.name));
         if (hasDouble(picture.name))
