@@ -112,13 +112,15 @@ void ViewPatient::setupTable()
     table->verticalHeader()->setDefaultSectionSize(40);
 
     // What the mouse does on the boxes and icons.
-    connect(new QShortcut(Qt::Key_Space, table, nullptr, nullptr, Qt::WidgetShortcut), &QShortcut::activated, this,
-            [this, table] {
-                const QModelIndex current = table->currentIndex();
-                proxy->setData(current.siblingAtColumn(checkColumn), Qt::Checked, Qt::CheckStateRole);
-            });
-    connect(new QShortcut(Qt::Key_Delete, table, nullptr, nullptr, Qt::WidgetShortcut), &QShortcut::activated, this,
-            [this, table] { onDeleteRecord(table->currentIndex()); });
+    auto* const tick = new QShortcut(Qt::Key_Space, table);
+    tick->setContext(Qt::WidgetShortcut);
+    connect(tick, &QShortcut::activated, this, [this, table] {
+        const QModelIndex current = table->currentIndex();
+        proxy->setData(current.siblingAtColumn(checkColumn), Qt::Checked, Qt::CheckStateRole);
+    });
+    auto* const drop = new QShortcut(Qt::Key_Delete, table);
+    drop->setContext(Qt::WidgetShortcut);
+    connect(drop, &QShortcut::activated, this, [this, table] { onDeleteRecord(table->currentIndex()); });
 }
 
 void ViewPatient::updateUi()

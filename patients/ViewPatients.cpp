@@ -148,7 +148,8 @@ void ViewPatients::setupTable()
 
     // What the mouse does by a double click and on the icons.
     const auto onKey = [this, table](const QKeySequence& key, void (ViewPatients::*act)(const QModelIndex&)) {
-        auto* const shortcut = new QShortcut(key, table, nullptr, nullptr, Qt::WidgetShortcut);
+        auto* const shortcut = new QShortcut(key, table);
+        shortcut->setContext(Qt::WidgetShortcut);
         connect(shortcut, &QShortcut::activated, this, [this, table, act] {
             if (table->currentIndex().isValid()) {
                 (this->*act)(table->currentIndex());

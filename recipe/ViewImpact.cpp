@@ -126,7 +126,8 @@ void ViewImpact::setupTable()
 
     // What the mouse does on the icons.
     const auto onKey = [this, table](const QKeySequence& key, const std::function<void(const QModelIndex&)>& act) {
-        auto* const shortcut = new QShortcut(key, table, nullptr, nullptr, Qt::WidgetShortcut);
+        auto* const shortcut = new QShortcut(key, table);
+        shortcut->setContext(Qt::WidgetShortcut);
         connect(shortcut, &QShortcut::activated, this, [table, act] {
             if (table->currentIndex().isValid()) {
                 act(table->currentIndex());
