@@ -61,9 +61,11 @@ bool TableKeys::eventFilter(QObject* watched, QEvent* event)
             const int first = header->logicalIndexAt(0);
             table->setCurrentIndex(current.isValid() ? current : table->model()->index(0, qMax(first, 0)));
         }
-    } else if (watched == header && (event->type() == QEvent::FocusIn || event->type() == QEvent::FocusOut)) {
-        frame->setVisible(event->type() == QEvent::FocusIn);
+    } else if (watched == header && event->type() == QEvent::FocusIn) {
+        frame->show();
         choose(section);
+    } else if (watched == header && event->type() == QEvent::FocusOut) {
+        frame->hide();
     } else if (watched == header && event->type() == QEvent::KeyPress) {
         return headerKey(static_cast<QKeyEvent*>(event)->key());
     }

@@ -133,7 +133,11 @@ void ReceiptDelegate::hideDescription()
 
 bool ReceiptDelegate::scrollDescription(int pages)
 {
-    return popup.isVisible() && popup.scroll(pages);
+    if (!popup.isVisible()) {
+        return false;
+    }
+    popup.scrollPages(pages);
+    return true;
 }
 
 #include "moc_ReceiptDelegate.cpp"

@@ -161,11 +161,10 @@ void ReceiptDescriptionPopup::dismiss()
     hide();
 }
 
-bool ReceiptDescriptionPopup::scroll(int pages)
+void ReceiptDescriptionPopup::scrollPages(int pages)
 {
     QScrollBar* const bar = textViewer->verticalScrollBar();
     bar->setValue(bar->value() + pages * bar->pageStep());
-    return true;
 }
 
 void ReceiptDescriptionPopup::tick()

@@ -39,8 +39,8 @@ public:
     /// Stays when shown, wherever the cursor is, until dismiss() or the next show().
     void stay() { timer.stop(); }
     void dismiss();
-    /// By so many heights of the text viewer; true.
-    bool scroll(int pages);
+    /// Scrolls the text by so many of its heights.
+    void scrollPages(int pages);
 
 public slots:
     /// Moves beside the target position and shows; hides QWidget's own.

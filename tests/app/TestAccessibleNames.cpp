@@ -9,6 +9,7 @@
 #include <QAbstractButton>
 #include <QAccessible>
 #include <QApplication>
+#include <QAudio>
 #include <QComboBox>
 #include <QDir>
 #include <QHeaderView>
@@ -152,9 +153,7 @@ void TestAccessibleNames::headerTellsItsSection()
 {
     speak(QStringLiteral("en_US"));
     stations->visit(QStringLiteral("ViewPatient"), [this](QWidget*) {
-        auto* const header = stations->screen()->findChild<QHeaderView*>(QString(), Qt::FindChildrenRecursively);
         QHeaderView* stop = nullptr;
-        QVERIFY(header != nullptr);
         const QList<QHeaderView*> all = stations->screen()->findChildren<QHeaderView*>();
         for (QHeaderView* each : all) {
             stop = each->focusPolicy() == Qt::TabFocus ? each : stop;
