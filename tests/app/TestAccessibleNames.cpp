@@ -9,7 +9,6 @@
 #include <QAbstractButton>
 #include <QAccessible>
 #include <QApplication>
-#include <QAudio>
 #include <QComboBox>
 #include <QDir>
 #include <QHeaderView>
@@ -63,7 +62,6 @@ private slots:
 
     void everyControlHasAName_data();
     void everyControlHasAName();
-    void playerTellsWhatItsButtonDoes();
     void headerTellsItsSection();
 
 private:
@@ -132,20 +130,6 @@ void TestAccessibleNames::everyControlHasAName()
         }
         QVERIFY2(nameless.isEmpty(), qPrintable(nameless.join(QLatin1Char('\n'))));
         QVERIFY(looked > 0);
-    });
-}
-
-void TestAccessibleNames::playerTellsWhatItsButtonDoes()
-{
-    speak(QStringLiteral("en_US"));
-    stations->visit(QStringLiteral("DialogPlayer"), [](QWidget* window) {
-        auto* const button = window->findChild<QAbstractButton*>(QStringLiteral("buttonPlayPause"));
-        QVERIFY(QMetaObject::invokeMethod(window, "stateChanged", Q_ARG(QAudio::State, QAudio::ActiveState)));
-        QCOMPARE(nameOf(button), QStringLiteral("Pause"));
-        QCOMPARE(button->toolTip(), QStringLiteral("Pause"));
-        QVERIFY(QMetaObject::invokeMethod(window, "stateChanged", Q_ARG(QAudio::State, QAudio::SuspendedState)));
-        QCOMPARE(nameOf(button), QStringLiteral("Play"));
-        QCOMPARE(button->toolTip(), QStringLiteral("Play"));
     });
 }
 

@@ -281,6 +281,9 @@ void TestPlayingLive::pause()
     open(sent);
     const QSignalSpy finished(dialog.get(), &DialogPlayer::onFinish);
     QTRY_COMPARE_WITH_TIMEOUT(bar()->value(), 1, limit);
+    // Its name and its tool tip say what it would do; no language is loaded here.
+    QCOMPARE(button(QStringLiteral("buttonPlayPause"))->accessibleName(), QStringLiteral("Text.pause"));
+    QCOMPARE(button(QStringLiteral("buttonPlayPause"))->toolTip(), QStringLiteral("Text.pause"));
     button(QStringLiteral("buttonPlayPause"))->click();
     QCOMPARE(dialog->state(), QAudio::SuspendedState);
     QCOMPARE(icon(), picture(QStringLiteral("play")));
@@ -296,6 +299,8 @@ void TestPlayingLive::pause()
     QCOMPARE(dialog->total(), QStringLiteral("00:00:03"));
     QCOMPARE(finished.count(), 0);
 
+    QCOMPARE(button(QStringLiteral("buttonPlayPause"))->accessibleName(), QStringLiteral("Text.play"));
+    QCOMPARE(button(QStringLiteral("buttonPlayPause"))->toolTip(), QStringLiteral("Text.play"));
     button(QStringLiteral("buttonPlayPause"))->click();
     QCOMPARE(dialog->state(), QAudio::ActiveState);
     QCOMPARE(icon(), picture(QStringLiteral("pause")));
