@@ -134,7 +134,10 @@ void TableKeys::choose(int newSection)
         name = model->headerData(section, Qt::Horizontal, Qt::DisplayRole).toString();
     }
     header->setAccessibleName(name.isEmpty() ? table->accessibleName() : name);
-    if (header->hasFocus() && model->rowCount() > 0) {
+    if (!header->hasFocus()) {
+        return;
+    }
+    if (model->rowCount() > 0) {
         table->scrollTo(model->index(qMax(table->rowAt(0), 0), section));
     }
     mark();
@@ -158,7 +161,7 @@ void TableKeys::click()
 
 void TableKeys::mark()
 {
-    if (frame != nullptr) {
+    if (!frame->isHidden()) {
         frame->setGeometry(header->sectionViewportPosition(section), 0, header->sectionSize(section),
                            header->viewport()->height());
     }

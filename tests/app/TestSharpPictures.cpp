@@ -48,11 +48,11 @@ QPoint find(const QImage& image, const QImage& part)
 /// The double picture on a ground of one colour, in its own pixels.
 QImage doubled(const QString& name, const QColor& ground)
 {
-    QImage picture(QStringLiteral(":/images/%1@2x.png").arg(name));
-    picture.setDevicePixelRatio(1);
-    QImage image(picture.size(), QImage::Format_RGB32);
+    QImage drawing(QStringLiteral(":/images/%1@2x.png").arg(name));
+    drawing.setDevicePixelRatio(1);
+    QImage image(drawing.size(), QImage::Format_RGB32);
     image.fill(ground);
-    QPainter(&image).drawImage(0, 0, picture);
+    QPainter(&image).drawImage(0, 0, drawing);
     return image;
 }
 
