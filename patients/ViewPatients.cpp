@@ -72,6 +72,13 @@ ViewPatients::ViewPatients(QWidget* parent)
     ui->searchField->setAttribute(Qt::WA_MacShowFocusRect, false);
     pagination->setButtonsSize(40, 40);
     layout()->addWidget(pagination);
+    // The row is older than the form, and would come before it.
+    QWidget* last = ui->tableView;
+    const QList<QPushButton*> steps = pagination->findChildren<QPushButton*>();
+    for (QPushButton* step : steps) {
+        setTabOrder(last, step);
+        last = step;
+    }
     searchTimer->setInterval(searchDelay);
     setupTable();
 
