@@ -741,7 +741,7 @@ void TestKeyboard::menuIsOpened()
 {
     stations->visit(QStringLiteral("ViewPatients"), [](QWidget* window) {
         auto* const bar = window->findChild<QMenuBar*>(QStringLiteral("menuBar"));
-        QTest::keyClick(window, Qt::Key_Alt);
+        QTest::keyClick(window, Qt::Key_Alt, Qt::AltModifier);
         QTRY_VERIFY(bar->activeAction() != nullptr);
         QTest::keyClick(bar, Qt::Key_Return);
         auto* const menu = window->findChild<QMenu*>(QStringLiteral("menuApplication"));
