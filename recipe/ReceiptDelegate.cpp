@@ -128,7 +128,7 @@ void ReceiptDelegate::showDescription(const QTableView* table, const QModelIndex
 
 void ReceiptDelegate::hideDescription()
 {
-    popup.dismiss();
+    popup.letGo();
 }
 
 bool ReceiptDelegate::scrollDescription(int pages)

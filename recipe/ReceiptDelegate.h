@@ -30,6 +30,7 @@ public:
 
     /// Shows the description of the marker in the index's row, beside its cell, until hideDescription().
     void showDescription(const QTableView* table, const QModelIndex& index);
+    /// Only one that showDescription() has shown.
     void hideDescription();
     /// Scrolls a description that is shown by so many of its pages; false if none is shown.
     bool scrollDescription(int pages);

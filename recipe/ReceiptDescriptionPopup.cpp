@@ -99,8 +99,22 @@ void ReceiptDescriptionPopup::resetTimer()
     timer.start();
 }
 
+void ReceiptDescriptionPopup::stay()
+{
+    timer.stop();
+    staying = true;
+}
+
+void ReceiptDescriptionPopup::letGo()
+{
+    if (staying) {
+        dismiss();
+    }
+}
+
 void ReceiptDescriptionPopup::show()
 {
+    staying = false;
     move(position.x() - width() + background->x(), position.y() - height() / 2 + background->y());
     resetTimer();
     QWidget::show();
@@ -158,6 +172,7 @@ void ReceiptDescriptionPopup::buildBackground()
 void ReceiptDescriptionPopup::dismiss()
 {
     timer.stop();
+    staying = false;
     hide();
 }
 

@@ -36,9 +36,10 @@ public:
     void setText(const QString& value);
     /// The next look at the cursor comes 500 ms from now.
     void resetTimer();
-    /// Stays when shown, wherever the cursor is, until dismiss() or the next show().
-    void stay() { timer.stop(); }
-    void dismiss();
+    /// Stays when shown, wherever the cursor is, until letGo() or the next show().
+    void stay();
+    /// Hides it if it stays; one that follows the cursor goes by itself.
+    void letGo();
     /// Scrolls the text by so many of its heights.
     void scrollPages(int pages);
 
@@ -53,6 +54,7 @@ protected:
 
 private:
     void buildBackground();
+    void dismiss();
     void tick();
 
     int shownRow = -1;
@@ -65,4 +67,5 @@ private:
     QPlainTextEdit* textViewer;
     QFrame* line;
     QTimer timer;
+    bool staying = false;
 };

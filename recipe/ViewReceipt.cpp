@@ -107,8 +107,13 @@ bool ViewReceipt::tableKey(int key)
     switch (key) {
     case Qt::Key_Space:
         // Wherever in the row: the cell that is current cannot be told from its neighbours.
-        return current.isValid() &&
-               proxy->setData(current.siblingAtColumn(titleColumn), Qt::Checked, Qt::CheckStateRole);
+        if (current.isValid()) {
+            const QModelIndex box = current.siblingAtColumn(titleColumn);
+            proxy->setData(box, Qt::Checked, Qt::CheckStateRole);
+            // The model tells the view nothing.
+            ui->tableView->update(box);
+        }
+        return true;
     case Qt::Key_Return:
     case Qt::Key_Enter:
         if (current.isValid()) {
