@@ -199,7 +199,7 @@ void RecordModel::replace(const QModelIndex& index, const Record& record)
         return;
     }
     records[index.row()] = record;
-    emit dataChanged(index, index);
+    emit dataChanged(this->index(index.row(), 0), this->index(index.row(), ColumnCount - 1));
 }
 
 void RecordModel::clear()

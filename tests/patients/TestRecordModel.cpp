@@ -229,6 +229,9 @@ private slots:
         record.setChecked(true);
         model->replace(model->index(1, 0), record);
         QCOMPARE(changes.count(), 1);
+        // The whole row is another one.
+        QCOMPARE(changes.at(0).at(0).toModelIndex(), model->index(1, 0));
+        QCOMPARE(changes.at(0).at(1).toModelIndex(), model->index(1, 6));
         QCOMPARE(checkedIds(), QStringList({QStringLiteral("other")}));
         model->replace(QModelIndex(), record);
         QCOMPARE(changes.count(), 1);
