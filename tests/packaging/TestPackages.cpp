@@ -622,6 +622,10 @@ void TestPackages::use(const QStringList& serverCommand, const QStringList& clie
     QVERIFY2(waitUntil([&width] { return width() > 1000; }), program.readAll().constData());
     QCOMPARE(program.state(), QProcess::Running);
     QCOMPARE(serving.state(), QProcess::Running);
+
+    // The client's own handler writes there what Qt would say on the terminal.
+    const QString log = QString::fromUtf8(read(folder.filePath(QStringLiteral("quelmar.log"))));
+    QVERIFY2(!log.contains(QRegularExpression(QStringLiteral(QUELMAR_FORBIDDEN_OUTPUT))), qPrintable(log));
 }
 
 void TestPackages::startFromTheirPlace()

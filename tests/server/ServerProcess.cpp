@@ -18,12 +18,24 @@ QString program()
     return QStringLiteral(QUELMAR_SERVER);
 }
 
+/// Repeats what Qt says in the server of a connection that failed, and no test's output may hold.
+void passOn(const QByteArray& line)
+{
+    static const QRegularExpression forbidden(QStringLiteral(QUELMAR_FORBIDDEN_OUTPUT));
+    const QString text = QString::fromUtf8(line).trimmed();
+    if (forbidden.match(text).hasMatch())
+        qWarning("the server said: %s", qUtf8Printable(text));
+}
+
 } // namespace
 
 ServerProcess::~ServerProcess()
 {
     if (m_process.state() != QProcess::NotRunning)
         kill();
+    // What nobody has read yet.
+    if (m_process.isOpen())
+        collect();
 }
 
 ServerProcess::Outcome ServerProcess::run(const QStringList& arguments, const QByteArray& input)
@@ -36,6 +48,7 @@ ServerProcess::Outcome ServerProcess::run(const QStringList& arguments, const QB
     const bool ended = process.waitForFinished(patience);
     outcome.output = process.readAllStandardOutput();
     outcome.errors = process.readAllStandardError();
+    passOn(outcome.errors);
     if (ended && process.exitStatus() == QProcess::NormalExit) {
         outcome.exitCode = process.exitCode();
     } else if (!ended) {
@@ -141,7 +154,9 @@ void ServerProcess::collect()
         m_sorted = end;
         if (line.startsWith("time=") && line.contains(" method="))
             m_requestLines.append(line.trimmed());
-        else
+        else {
             m_errors += line;
+            passOn(line);
+        }
     }
 }
