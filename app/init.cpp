@@ -31,5 +31,7 @@ void init(QApplication& app)
     QCoreApplication::setAttribute(Qt::AA_DontShowIconsInMenus, true);
     QApplication::setWheelScrollLines(1);
     QCoreApplication::setAttribute(Qt::AA_UseHighDpiPixmaps, true);
+    // No window holds anything drawn by OpenGL; without this, every start loads its driver for the first of them.
+    QCoreApplication::setAttribute(Qt::AA_ForceRasterWidgets, true);
     QApplication::setWindowIcon(QIcon(logo));
 }

@@ -4,6 +4,7 @@
 // private sound server. Needs a display, 3 GiB of memory and 2 GiB in the folder for temporary files.
 
 #include "app/MainWindow.h"
+#include "app/init.h"
 #include "model/Marker.h"
 #include "model/Patient.h"
 #include "model/Record.h"
@@ -288,6 +289,7 @@ int main(int argc, char** argv)
     QApplication app(argc, argv);
     QApplication::setQuitOnLastWindowClosed(false);
     if (argc > 1 && QByteArray(argv[1]) == "--play") {
+        init(app);
         return play(app);
     }
     benchmark::Initialize(&argc, argv);

@@ -54,6 +54,7 @@ void TestShell::initDressesTheApplication()
     QCOMPARE(QApplication::applicationVersion(), QStringLiteral("2021.3.0"));
     QVERIFY(QCoreApplication::testAttribute(Qt::AA_DontShowIconsInMenus));
     QVERIFY(QCoreApplication::testAttribute(Qt::AA_UseHighDpiPixmaps));
+    QVERIFY(QCoreApplication::testAttribute(Qt::AA_ForceRasterWidgets));
     QCOMPARE(QApplication::wheelScrollLines(), 1);
     const QPixmap logo(QStringLiteral(":/images/logo.png"));
     QCOMPARE(QApplication::windowIcon().pixmap(logo.size()).toImage(), logo.toImage());
