@@ -20,6 +20,7 @@
 #include <cmath>
 #include <functional>
 #include <limits>
+#include <utility>
 
 namespace {
 
@@ -29,10 +30,32 @@ constexpr int rowHeight = 40;
 constexpr int maximumMinutes = 600;
 /// Beyond it the size fields of a WAV header, which is made from an int, would be wrong.
 constexpr qint64 maximumFile = std::numeric_limits<int>::max();
+/// What is written at a time. Within a file the pieces begin at whole multiples of it: half-filled pages at the seams
+/// of the blocks, which are of any length, would cost more than all the rest.
+constexpr qint64 pieceSize = 1024 * 1024;
 
 QByteArray decode(const QJsonValue& block)
 {
     return QByteArray::fromBase64(block.toString().toUtf8());
+}
+
+void writeRepeated(QFile& file, const QByteArray& chunk, int passes)
+{
+    if (chunk.isEmpty() || chunk.size() >= pieceSize) {
+        for (int pass = 0; pass < passes; ++pass) {
+            file.write(chunk);
+        }
+        return;
+    }
+    // Long enough for a piece to begin anywhere in the chunk.
+    const QByteArray run = chunk.repeated(static_cast<int>(pieceSize / chunk.size()) + 2);
+    qint64 place = 0;
+    for (qint64 left = static_cast<qint64>(chunk.size()) * passes; left > 0;) {
+        const qint64 piece = qMin(left, pieceSize - file.pos() % pieceSize);
+        file.write(run.constData() + place, piece);
+        place = (place + piece) % chunk.size();
+        left -= piece;
+    }
 }
 
 } // namespace
@@ -253,7 +276,7 @@ void ViewImpact::onSuccess(const QByteArray& bytes)
 {
     changed = false;
     audio.clear();
-    const QJsonArray blocks = Utils::bytesToArray(bytes);
+    QJsonArray blocks = Utils::bytesToArray(bytes);
     if (!ui->comboBoxTarget->currentData(Qt::UserRole).canConvert<Target>()) {
         return;
     }
@@ -262,7 +285,7 @@ void ViewImpact::onSuccess(const QByteArray& bytes)
         saveWav(blocks);
         break;
     case Target::Sensor:
-        play(blocks);
+        play(std::move(blocks));
         break;
     case Target::Box:
         break;
@@ -292,16 +315,16 @@ void ViewImpact::saveWav(const QJsonArray& blocks)
     }
     file.write(Utils::wavHeader(static_cast<int>(size)));
     for (const QByteArray& chunk : qAsConst(chunks)) {
-        for (int pass = 0; pass < repeats; ++pass) {
-            file.write(chunk);
-        }
+        writeRepeated(file, chunk, repeats);
     }
     file.close();
 }
 
-void ViewImpact::play(const QJsonArray& blocks)
+void ViewImpact::play(QJsonArray blocks)
 {
     audio = Utils::repeatBlocks(blocks, repeats);
+    // The texts would stay in memory beside both copies of the signal while the player is made.
+    blocks = {};
     emit onPlay(audio, patient.getName());
 }
 

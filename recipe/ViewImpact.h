@@ -80,7 +80,7 @@ private:
     Target getTarget() const;
     void sendCommand(QList<Marker>& markers, int duration);
     void saveWav(const QJsonArray& blocks);
-    void play(const QJsonArray& blocks);
+    void play(QJsonArray blocks);
     void doBackNavigation(Navigation navigation);
     void emitNavigation(Navigation navigation);
 

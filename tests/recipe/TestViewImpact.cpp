@@ -147,6 +147,7 @@ private slots:
     void playsInTableOrder();
     void keepsStartDisabledAfterPlay();
     void savesAFile();
+    void savesBlocksOfAnySize();
     void savesAnEmptyArray();
     void savesLongFilesWithoutMemory();
     void replacesAFile();
@@ -747,6 +748,29 @@ void TestViewImpact::savesAFile()
     QCOMPARE(plays.count(), 0);
     view->onPlayerState(false);
     QVERIFY(start()->isEnabled());
+}
+
+// Whatever the pieces are in which a file is written, none shows in it.
+void TestViewImpact::savesBlocksOfAnySize()
+{
+    QList<QByteArray> blocks;
+    QByteArray samples;
+    for (const int size : {65709, 1, 0, 3, 104857, (1 << 20) - 1, 1 << 19, 1 << 20, (1 << 20) + 7, 2}) {
+        QByteArray block(size, Qt::Uninitialized);
+        for (int i = 0; i < size; ++i) {
+            block[i] = char((i + blocks.size()) % 251);
+        }
+        blocks.append(block);
+        samples += block.repeated(20);
+    }
+    open(markers(1));
+    choose(ViewImpact::Target::Download);
+    server->expect("POST", target, recipe(blocks));
+    FileAnswer answer(path("any.wav"));
+    click("buttonStart");
+    QTRY_VERIFY_WITH_TIMEOUT(answer.used(), 20000);
+    QTRY_COMPARE_WITH_TIMEOUT(QFileInfo(path("any.wav")).size(), 44LL + samples.size(), 60000);
+    QVERIFY(contentOf(path("any.wav")) == Utils::wavHeader(samples.size()) + samples);
 }
 
 void TestViewImpact::savesAnEmptyArray()
