@@ -4,11 +4,11 @@
 #include "signal/Utils.h"
 
 #include <QColor>
+#include <QHash>
 #include <QJsonArray>
 #include <QJsonObject>
 
 #include <algorithm>
-#include <numeric>
 
 AnalysisModel::AnalysisModel(QObject* parent)
     : QAbstractTableModel(parent)
@@ -81,51 +81,97 @@ void AnalysisModel::fromJson(const QByteArray& bytes)
     const QJsonArray columns = reply.value(QLatin1String("columns")).toArray();
     const QJsonArray markers = reply.value(QLatin1String("rows")).toArray();
 
-    QVector<QJsonArray> values;
-    values.reserve(markers.size());
+    QVector<QString> ids;
+    QVector<QVector<int>> values(columns.size(), QVector<int>(markers.size()));
     rows.reserve(markers.size());
+    ids.reserve(markers.size());
     for (const QJsonValue& element : markers) {
         const QJsonObject marker = element.toObject();
-        rows.append({marker.value(QLatin1String("id")).toString(), marker.value(QLatin1String("title")).toString()});
-        values.append(marker.value(QLatin1String("values")).toArray());
+        const QJsonArray cells = marker.value(QLatin1String("values")).toArray();
+        for (int column = 0; column < values.size(); ++column) {
+            values[column][rows.size()] = cells.at(column).toInt();
+        }
+        ids.append(marker.value(QLatin1String("id")).toString());
+        rows.append({ids.constLast(), marker.value(QLatin1String("title")).toString()});
     }
 
     records.reserve(columns.size());
     for (int column = 0; column < columns.size(); ++column) {
         AnalysisRecord record;
         record.setDate(QDateTime::fromString(columns.at(column).toString(), Qt::ISODate));
-        for (int row = 0; row < rows.size(); ++row) {
-            record.append(rows.at(row).first, values.at(row).at(column).toInt());
-        }
+        record.setEntries(ids, values.at(column));
         records.append(record);
     }
 
-    if (!records.isEmpty()) {
-        // The ids stand in the same order in every record, so one of them answers for all.
-        const AnalysisRecord& record = records.constFirst();
-        places.reserve(rows.size());
-        for (const QPair<QString, QString>& row : qAsConst(rows)) {
-            places.append(record.indexOf(row.first));
-        }
-    }
+    findPlaces();
     rankTitles();
     endResetModel();
 }
 
+void AnalysisModel::findPlaces()
+{
+    if (records.isEmpty()) {
+        return;
+    }
+    // The ids stand in the same order in every record, so one answer serves for all.
+    QHash<QString, int> firsts;
+    firsts.reserve(rows.size());
+    places.reserve(rows.size());
+    for (int row = 0; row < rows.size(); ++row) {
+        const int known = firsts.size();
+        int& first = firsts[rows.at(row).first];
+        if (firsts.size() > known) {
+            first = row;
+        }
+        places.append(first);
+    }
+}
+
 void AnalysisModel::rankTitles()
 {
-    QVector<int> order(rows.size());
-    std::iota(order.begin(), order.end(), 0);
-    std::sort(order.begin(), order.end(),
-              [this](int row, int otherRow) { return rows.at(row).second < rows.at(otherRow).second; });
+    struct Title
+    {
+        /// The four characters after what all titles begin with: they settle most comparisons.
+        quint64 key;
+        int row;
+    };
+
+    const int common = commonLength();
+    QVector<Title> order;
+    order.reserve(rows.size());
+    for (int row = 0; row < rows.size(); ++row) {
+        const QString& title = rows.at(row).second;
+        quint64 key = 0;
+        for (int place = common; place < common + 4; ++place) {
+            key = key << 16U | (place < title.size() ? title.at(place).unicode() : 0U);
+        }
+        order.append({key, row});
+    }
+    std::sort(order.begin(), order.end(), [this](const Title& one, const Title& other) {
+        return one.key != other.key ? one.key < other.key : rows.at(one.row).second < rows.at(other.row).second;
+    });
     ranks.resize(rows.size());
     int rank = 0;
     for (int i = 0; i < order.size(); ++i) {
-        if (i > 0 && rows.at(order.at(i - 1)).second != rows.at(order.at(i)).second) {
+        if (i > 0 && rows.at(order.at(i - 1).row).second != rows.at(order.at(i).row).second) {
             ++rank;
         }
-        ranks[order.at(i)] = rank;
+        ranks[order.at(i).row] = rank;
     }
+}
+
+int AnalysisModel::commonLength() const
+{
+    if (rows.isEmpty()) {
+        return 0;
+    }
+    const QString& first = rows.constFirst().second;
+    int length = first.size();
+    for (const QPair<QString, QString>& row : rows) {
+        const auto end = row.second.cbegin() + qMin(length, row.second.size());
+        length = static_cast<int>(std::mismatch(row.second.cbegin(), end, first.cbegin()).first - row.second.cbegin());
+    }
+    return length;
 }
 
 #include "moc_AnalysisModel.cpp"

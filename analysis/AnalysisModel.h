@@ -39,8 +39,11 @@ public:
     void fromJson(const QByteArray& bytes);
 
 private:
+    void findPlaces();
     /// Compares all titles once, so that no sort has to.
     void rankTitles();
+    /// How many characters at their beginning all titles have in common.
+    int commonLength() const;
     int value(int row, int column) const { return records.at(column - 1).value(places.at(row)); }
 
     QVector<AnalysisRecord> records;

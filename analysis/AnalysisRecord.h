@@ -3,8 +3,6 @@
 
 #include <QDateTime>
 #include <QHash>
-#include <QList>
-#include <QPair>
 #include <QString>
 #include <QVector>
 
@@ -16,11 +14,14 @@ public:
     QDateTime date() const { return recordedAt; }
     void setDate(const QDateTime& date) { recordedAt = date; }
 
-    void append(const QString& id, int value) { values.append({id, value}); }
-    int value(int index) const { return values.at(index).second; }
+    void append(const QString& id, int value);
+    /// Replaces all entries by these, each id with the value in the same place: the ids of a whole table can be shared
+    /// by its records. What one list has beyond the other is left out.
+    void setEntries(const QVector<QString>& ids, const QVector<int>& values);
+    int value(int index) const { return values.at(index); }
     /// Of the first entry with this id; 0 if there is none.
     int value(const QString& id) const;
-    QString id(int index) const { return values.at(index).first; }
+    QString id(int index) const { return ids.at(index); }
     /// Place of the first entry with this id; -1 if there is none.
     int indexOf(const QString& id) const;
     int count() const { return values.size(); }
@@ -28,8 +29,9 @@ public:
     void clear();
 
 private:
-    /// Marker id and value.
-    QVector<QPair<QString, int>> values;
+    /// Marker ids, and in the same places the values.
+    QVector<QString> ids;
+    QVector<int> values;
     QDateTime recordedAt;
     /// Where each id stands first, as far as the look-ups so far have indexed the entries.
     mutable QHash<QString, int> places;

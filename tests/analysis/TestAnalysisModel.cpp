@@ -12,6 +12,7 @@
 #include <QStandardItemModel>
 #include <QTest>
 
+#include <algorithm>
 #include <memory>
 #include <random>
 
@@ -84,6 +85,7 @@ private slots:
     void replacesTheTable();
     void sortsAsTheBaseClassDoes_data();
     void sortsAsTheBaseClassDoes();
+    void sortsTitlesThatBeginAlike();
     void proxySortsOtherModels();
 
 private:
@@ -446,6 +448,49 @@ void TestAnalysisModel::sortsAsTheBaseClassDoes()
         moved += source == row ? 0 : 1;
     }
     QVERIFY(moved > 250);
+}
+
+void TestAnalysisModel::sortsTitlesThatBeginAlike()
+{
+    QStringList titles{QStringLiteral("Marker 10"),       QStringLiteral("Marker 9"),
+                       QStringLiteral("Marker 1"),        QStringLiteral("Marker "),
+                       QStringLiteral("Marker 12345 b"),  QStringLiteral("Marker 12345 a"),
+                       QStringLiteral("Marker 12345"),    QStringLiteral("Marker 1234"),
+                       QStringLiteral("Marker \u044f"),   QStringLiteral("Marker \u00e9"),
+                       QStringLiteral("Marker 12345 a"),  QStringLiteral("Marker z"),
+                       QStringLiteral("Marker 1\u0001"),  QStringLiteral("Marker \u0410\u0411"),
+                       QStringLiteral("Marker 12345 aa"), QStringLiteral("Marker Z")};
+    titles.append(QStringLiteral("Marker 1") + QChar(0) + QLatin1Char('x'));
+    titles.append(QStringLiteral("Marker 1") + QChar(0));
+    QJsonArray rows;
+    for (const QString& title : qAsConst(titles)) {
+        rows.append(
+            QJsonObject{{QStringLiteral("id"), QString::number(rows.size())}, {QStringLiteral("title"), title}});
+    }
+    AnalysisModel model(nullptr);
+    AnalysisProxyModel proxy(nullptr);
+    proxy.setSortRole(Qt::UserRole);
+    proxy.setSourceModel(&model);
+    proxy.sort(0);
+    for (const bool withShort : {false, true}) {
+        if (withShort) {
+            titles.append(QStringLiteral("Mar"));
+            titles.append(QString());
+            rows.append(
+                QJsonObject{{QStringLiteral("id"), QStringLiteral("s")}, {QStringLiteral("title"), titles.at(18)}});
+            rows.append(QJsonObject{{QStringLiteral("id"), QStringLiteral("t")}});
+        }
+        model.fromJson(QJsonDocument(QJsonObject{{QStringLiteral("columns"), QJsonArray{QStringLiteral("a")}},
+                                                 {QStringLiteral("rows"), rows}})
+                           .toJson());
+        QStringList sorted;
+        for (int row = 0; row < proxy.rowCount(); ++row) {
+            sorted.append(proxy.index(row, 0).data().toString());
+        }
+        QStringList expected = titles;
+        std::stable_sort(expected.begin(), expected.end());
+        QCOMPARE(sorted, expected);
+    }
 }
 
 void TestAnalysisModel::proxySortsOtherModels()

@@ -12,6 +12,7 @@ private slots:
     void keepsTheOrder();
     void findsTheFirst();
     void findsWhatCameAfterALookUp();
+    void takesListsOfEntries();
     void clears();
     void keepsItsDate();
     void copiesAreApart();
@@ -71,6 +72,31 @@ void TestAnalysisRecord::findsWhatCameAfterALookUp()
     record.append(QStringLiteral("b"), 4);
     QCOMPARE(record.value(QStringLiteral("b")), 2);
     QCOMPARE(record.value(QStringLiteral("a")), 1);
+}
+
+void TestAnalysisRecord::takesListsOfEntries()
+{
+    const QVector<QString> ids{QStringLiteral("b"), QStringLiteral("a"), QStringLiteral("b")};
+    AnalysisRecord record;
+    record.append(QStringLiteral("c"), 1);
+    QCOMPARE(record.value(QStringLiteral("c")), 1);
+    record.setEntries(ids, {3, -4, 5});
+    QCOMPARE(record.count(), 3);
+    QCOMPARE(record.id(1), QStringLiteral("a"));
+    QCOMPARE(record.value(2), 5);
+    QCOMPARE(record.value(QStringLiteral("b")), 3);
+    QCOMPARE(record.value(QStringLiteral("c")), 0);
+    record.append(QStringLiteral("d"), 6);
+    QCOMPARE(record.value(QStringLiteral("d")), 6);
+    QCOMPARE(ids.size(), 3);
+
+    record.setEntries(ids, {7});
+    QCOMPARE(record.count(), 1);
+    QCOMPARE(record.indexOf(QStringLiteral("a")), -1);
+    record.setEntries({QStringLiteral("a")}, {8, 9});
+    QCOMPARE(record.count(), 1);
+    record.append(QStringLiteral("e"), 10);
+    QCOMPARE(record.value(QStringLiteral("e")), 10);
 }
 
 void TestAnalysisRecord::clears()
