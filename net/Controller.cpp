@@ -327,7 +327,7 @@ void Controller::del(QString url)
     receive(authorisedHttp().remove(QUrl(url, QUrl::TolerantMode)), Type::Plain);
 }
 
-QByteArray Controller::unzip(const QByteArray& data)
+QByteArray Controller::unzip(const QByteArray& data, int limit)
 {
     if (data.size() < 5) {
         qWarning("unzip: Input data is truncated");
@@ -348,11 +348,13 @@ QByteArray Controller::unzip(const QByteArray& data)
         stream.next_out = reinterpret_cast<Bytef*>(buffer.data());
         stream.avail_out = static_cast<uInt>(buffer.size());
         const int status = inflate(&stream, Z_NO_FLUSH);
-        if (status == Z_MEM_ERROR || status == Z_DATA_ERROR || status == Z_NEED_DICT) {
+        const int size = static_cast<int>(buffer.size() - stream.avail_out);
+        // A few kilobytes can hold gigabytes, and more than a QByteArray takes ends the program.
+        if (status == Z_MEM_ERROR || status == Z_DATA_ERROR || status == Z_NEED_DICT || size > limit - result.size()) {
             inflateEnd(&stream);
             return {};
         }
-        result.append(buffer.data(), static_cast<int>(buffer.size() - stream.avail_out));
+        result.append(buffer.data(), size);
     } while (stream.avail_out == 0);
     inflateEnd(&stream);
     return result;

@@ -94,8 +94,11 @@ public:
     void get(QString url, Controller::Type type);
     void del(QString url);
 
-    /// What a gzip member holds. Truncated input gives what there is of it, broken input an empty array.
-    static QByteArray unzip(const QByteArray& data);
+    /// In bytes, what no sound reply exceeds: the base64 of ten hours of samples, and the marks around its blocks.
+    static constexpr int maximumUnzipped = 22050 * 600 * 60 / 3 * 4 + 16 * 1024 * 1024;
+    /// What a gzip member holds. Truncated input gives what there is of it, broken input an empty array, and so does
+    /// one that holds more than `limit` bytes.
+    static QByteArray unzip(const QByteArray& data, int limit = maximumUnzipped);
 
 public slots:
     void success(Controller::Type type, const QByteArray& bytes);

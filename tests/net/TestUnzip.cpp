@@ -47,6 +47,10 @@ private slots:
     void survivesAnyFlippedByte();
     void ignoresWhatFollowsTheFirstMember_data();
     void ignoresWhatFollowsTheFirstMember();
+    void takesNoMoreThanTheLimit_data();
+    void takesNoMoreThanTheLimit();
+    void takesTheLongestImpact();
+    void survivesABomb();
 
 private:
     std::unique_ptr<MessageGuard> guard;
@@ -214,6 +218,53 @@ void TestUnzip::ignoresWhatFollowsTheFirstMember()
     const QByteArray result = Controller::unzip(gzip(first) + rest);
     QCOMPARE(result.size(), first.size());
     QVERIFY(result == first);
+}
+
+void TestUnzip::takesNoMoreThanTheLimit_data()
+{
+    QTest::addColumn<int>("size");
+    QTest::addColumn<int>("limit");
+    QTest::addColumn<bool>("fits");
+    QTest::newRow("nothing, no room") << 0 << 0 << true;
+    QTest::newRow("one byte, no room") << 1 << 0 << false;
+    for (const int size : {100, 1024, 5000, 65536}) {
+        QTest::addRow("%d, one less", size) << size << size - 1 << false;
+        QTest::addRow("%d, as many", size) << size << size << true;
+        QTest::addRow("%d, one more", size) << size << size + 1 << true;
+    }
+    QTest::newRow("a megabyte, a buffer") << (1 << 20) << 1024 << false;
+}
+
+void TestUnzip::takesNoMoreThanTheLimit()
+{
+    QFETCH(int, size);
+    QFETCH(int, limit);
+    QFETCH(bool, fits);
+    for (const QByteArray& content : {QByteArray(size, '0'), noise(size)}) {
+        const QByteArray result = Controller::unzip(gzip(content), limit);
+        QVERIFY(result == (fits ? content : QByteArray()));
+    }
+    QVERIFY(guard->messages().isEmpty());
+}
+
+void TestUnzip::takesTheLongestImpact()
+{
+    // Ten hours in blocks of one pass each, as base64 between quotes, with a comma and a line break.
+    constexpr qint64 block = 65709;
+    constexpr qint64 blocks = 600LL * 60 * 22050 / block + 1;
+    QVERIFY(blocks * ((block + 2) / 3 * 4 + 8) <= Controller::maximumUnzipped);
+}
+
+void TestUnzip::survivesABomb()
+{
+    if (!qEnvironmentVariableIsSet("QUELMAR_TEST_LONG")) {
+        QSKIP("takes some gigabytes: QUELMAR_TEST_LONG=1");
+    }
+    const QByteArray content(Controller::maximumUnzipped, '0');
+    const QByteArray largest = gzip(content);
+    QVERIFY(largest.size() < content.size() / 500);
+    QVERIFY(Controller::unzip(largest) == content);
+    QCOMPARE(Controller::unzip(gzip(content + '0')), QByteArray());
 }
 
 QTEST_GUILESS_MAIN(TestUnzip)
