@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "analysis/ViewComparativeAnalysis.h"
 
+#include "analysis/ComparedSeries.h"
 #include "app/Dialogs.h"
 #include "model/picture.h"
 #include "net/Controller.h"
@@ -15,7 +16,6 @@
 #include <QGraphicsLayout>
 #include <QJsonArray>
 #include <QJsonDocument>
-#include <QMap>
 #include <QMargins>
 #include <QPen>
 #include <QToolTip>
@@ -144,17 +144,6 @@ void emphasiseUnderPointer(QtCharts::QChart* chart)
     }
 }
 
-QMap<QString, QColor> readColours(const QJsonObject& colours)
-{
-    QMap<QString, QColor> map;
-    for (auto it = colours.constBegin(); it != colours.constEnd(); ++it) {
-        const QJsonArray parts = it.value().toArray();
-        map.insert(it.key(), parts.size() == 3 ? QColor(parts.at(0).toInt(), parts.at(1).toInt(), parts.at(2).toInt())
-                                               : QColor(255, 0, 0));
-    }
-    return map;
-}
-
 } // namespace
 
 ViewComparativeAnalysis::ViewComparativeAnalysis(QWidget* parent, Patient* comparedPatient,
@@ -221,36 +210,22 @@ QtCharts::QChart* ViewComparativeAnalysis::makeChart(const QJsonObject& series, 
 {
     auto* const chart = new QtCharts::QChart;
     dress(chart);
-    const QMap<QString, QColor> smoothColours = readColours(colours);
-
-    double minimum = 0.0;
-    double maximum = 0.0;
+    const ComparedSeries compared(series, colours);
     double count = 0.0;
-    bool smooth = false;
-    for (auto it = series.constBegin(); it != series.constEnd(); ++it) {
+    for (const ComparedSeries::Line& read : compared.lines()) {
         QtCharts::QLineSeries* line = nullptr;
-        const auto colour = smoothColours.constFind(it.key());
-        if (colour != smoothColours.constEnd()) {
+        if (read.smooth) {
             line = new QtCharts::QSplineSeries(chart);
             QPen pen = line->pen();
             pen.setWidth(smoothWidth);
-            pen.setColor(*colour);
+            pen.setColor(read.colour);
             line->setPen(pen);
-            smooth = true;
         } else {
             line = new QtCharts::QLineSeries(chart);
         }
-        line->setName(it.key());
-        const QJsonArray values = it.value().toArray();
-        for (int j = 0; j < values.size(); ++j) {
-            const QJsonValue element = values.at(j);
-            const double value = element.isDouble() ? element.toDouble(0.0) : element.toInt(0);
-            if (minimum > value) {
-                minimum = value;
-            } else if (value > maximum) {
-                maximum = value;
-            }
-            line->append(j + 1, value);
+        line->setName(read.name);
+        for (int j = 0; j < read.values.size(); ++j) {
+            line->append(j + 1, read.values.at(j));
         }
         chart->addSeries(line);
         count = line->count();
@@ -266,11 +241,11 @@ QtCharts::QChart* ViewComparativeAnalysis::makeChart(const QJsonObject& series, 
         x->setLabelFormat(QStringLiteral("%.1i"));
         x->setTickCount(static_cast<int>(count));
         thinOut(x, count);
-        if (smooth) {
-            minimum = widened(minimum);
-            maximum = widened(maximum);
+        if (compared.hasSmooth()) {
+            y->setRange(widened(compared.minimum()), widened(compared.maximum()));
+        } else {
+            y->setRange(compared.minimum(), compared.maximum());
         }
-        y->setRange(minimum, maximum);
         y->setLabelFormat(QStringLiteral("%.1i"));
         dress(x);
         dress(y);

@@ -34,6 +34,7 @@ class TestBehaviourPage : public QObject
 private slots:
     void namesEveryTestProgram();
     void namesOnlyRegisteredPrograms();
+    void namesEveryFuzzer();
     void linksLeadSomewhere();
 };
 
@@ -83,6 +84,31 @@ void TestBehaviourPage::namesOnlyRegisteredPrograms()
         }
     }
     QCOMPARE(missing, QStringList());
+}
+
+void TestBehaviourPage::namesEveryFuzzer()
+{
+    QSet<QString> named;
+    QRegularExpressionMatchIterator names =
+        QRegularExpression(QStringLiteral("`(Fuzz\\w+)`")).globalMatch(read(QStringLiteral("docs/behaviour.md")));
+    while (names.hasNext()) {
+        named.insert(names.next().captured(1));
+    }
+    const QDir folder(root + QStringLiteral("/tests/fuzz"));
+    const QString registered = read(QStringLiteral("tests/fuzz/CMakeLists.txt"));
+    QSet<QString> programs;
+    const QFileInfoList files = folder.entryInfoList({QStringLiteral("Fuzz*.cpp")}, QDir::Files);
+    for (const QFileInfo& file : files) {
+        const QString name = file.completeBaseName();
+        programs.insert(name);
+        QVERIFY2(registered.contains(QRegularExpression(QStringLiteral("\\b%1\\b").arg(name))), qPrintable(name));
+        const QDir corpus(folder.filePath(QStringLiteral("corpus/") + name));
+        QVERIFY2(!corpus.entryList(QDir::Files).isEmpty(), qPrintable(name));
+    }
+    QVERIFY(!programs.isEmpty());
+    // The short run of all of them is a test by name.
+    named.remove(QStringLiteral("FuzzersBriefly"));
+    QCOMPARE(sorted(programs), sorted(named));
 }
 
 void TestBehaviourPage::linksLeadSomewhere()
