@@ -60,12 +60,17 @@ extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, size_t size)
     } else {
         QString rest = words;
         for (const QJsonValue& element : errors.toArray()) {
-            // In sorted order, as keys of an object are.
-            const QStringList keys = element.toObject().keys();
-            if (!keys.isEmpty()) {
-                require(rest.startsWith(keys.first() + QLatin1Char(' ')), "the first key of an error is told");
-                rest.remove(0, keys.first().size() + 1);
-                const QJsonValue value = element.toObject().value(keys.first());
+            // To look a key up in an object fails in Qt 5.15 where keys are beyond the basic plane.
+            QMap<QString, QJsonValue> members;
+            const QJsonObject object = element.toObject();
+            for (auto member = object.begin(); member != object.end(); ++member) {
+                members.insert(member.key(), member.value());
+            }
+            if (!members.isEmpty()) {
+                const QString key = members.firstKey();
+                require(rest.startsWith(key + QLatin1Char(' ')), "the first key of an error is told");
+                rest.remove(0, key.size() + 1);
+                const QJsonValue value = members.first();
                 if (value.isString() || value.isArray() || value.isObject() || value.isNull()) {
                     require(rest.startsWith(value.toString()), "a text is told as it is");
                     rest.remove(0, value.toString().size());
@@ -85,7 +90,7 @@ extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, size_t size)
                                                {QStringLiteral("errors"), QJsonArray{QJsonObject{{text, text}}}}})
                          .toJson()) == text,
             "a message goes before errors");
-    const QList<QByteArray> lines = body.split('\n');
+    const QList<QByteArray> lines = body.split('\n').mid(0, 4);
     QString told;
     for (const QByteArray& line : lines) {
         told +=

@@ -26,20 +26,16 @@ extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, size_t size)
 
     // A form of whatever texts arrives as it was typed.
     QMap<QString, QString> form;
-    const QList<QByteArray> lines = bytes.split('\n');
+    const QList<QByteArray> lines = bytes.split('\n').mid(0, 4);
     for (const QByteArray& line : lines) {
         const QString text = QString::fromUtf8(line);
         if (QStringView(text).isValidUtf16()) {
-            form.insert(text.left(3), text);
+            form.insert(QStringLiteral("field%1").arg(form.size()), text);
         }
     }
-    bool whole = true;
-    for (auto entry = form.cbegin(); entry != form.cend(); ++entry) {
-        whole = whole && QStringView(entry.key()).isValidUtf16();
-    }
     const QJsonObject sent = Utils::bytesToJson(Utils::mapToJson(form));
-    require(!whole || sent.size() == form.size(), "every field is sent");
-    for (auto entry = form.cbegin(); whole && entry != form.cend(); ++entry) {
+    require(sent.size() == form.size(), "every field is sent");
+    for (auto entry = form.cbegin(); entry != form.cend(); ++entry) {
         require(sent.value(entry.key()).toString() == entry.value(), "a field is sent as it is");
     }
     return 0;
