@@ -28,8 +28,9 @@ void SummaryTableModel::Row::setValues(const QJsonArray& array)
     values.reserve(values.size() + array.size());
     for (const QJsonValue& element : array) {
         // The conversion of a number that no int can hold is undefined.
-        values.append(static_cast<int>(
-            qBound<double>(std::numeric_limits<int>::min(), element.toDouble(0.0), std::numeric_limits<int>::max())));
+        const double value =
+            qBound<double>(std::numeric_limits<int>::min(), element.toDouble(0.0), std::numeric_limits<int>::max());
+        values.append(static_cast<int>(value));
     }
 }
 

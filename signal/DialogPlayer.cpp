@@ -68,9 +68,6 @@ DialogPlayer::DialogPlayer(QWidget* parent, const QByteArray& bytes, const QStri
     output = new QAudioOutput(device, format);
     connect(output, &QAudioOutput::stateChanged, this, &DialogPlayer::stateChanged);
 
-    if (buffer.isOpen()) {
-        buffer.close();
-    }
     buffer.open(QIODevice::ReadWrite);
     buffer.write(bytes);
     buffer.seek(0);
@@ -117,14 +114,14 @@ QString DialogPlayer::total() const
 void DialogPlayer::busy()
 {
     if (windows) {
-        changeWindowsState(static_cast<int>(stayAwake));
+        changeWindowsState(static_cast<int>(stayAwake)); // GCOVR_EXCL_LINE: Windows
     }
 }
 
 void DialogPlayer::idle()
 {
     if (windows) {
-        changeWindowsState(static_cast<int>(maySleep));
+        changeWindowsState(static_cast<int>(maySleep)); // GCOVR_EXCL_LINE: Windows
     }
 }
 
@@ -132,17 +129,19 @@ void DialogPlayer::changeWindowsState(int flags)
 {
     using SetThreadExecutionState = int (*)(int);
     QLibrary library(QStringLiteral("kernel32.dll"));
+    // Elsewhere there is no such library: GCOVR_EXCL_START
     if (library.load()) {
         auto* const function = reinterpret_cast<SetThreadExecutionState>(library.resolve("SetThreadExecutionState"));
         function(flags);
         library.unload();
     }
+    // GCOVR_EXCL_STOP
 }
 
 void DialogPlayer::onPlayPause()
 {
     if (output == nullptr) {
-        return;
+        return; // GCOVR_EXCL_LINE: the constructor makes one in any case
     }
     const QAudio::State current = output->state();
     if (current != QAudio::ActiveState && current != QAudio::SuspendedState) {
@@ -198,12 +197,12 @@ void DialogPlayer::tick()
         ui->labelTimeCurrent->setText(clockText(played));
         ui->labelTimeTotal->setText(clockText(all));
         if (windows) {
-            changeWindowsState(static_cast<int>(stayAwake));
+            changeWindowsState(static_cast<int>(stayAwake)); // GCOVR_EXCL_LINE: Windows
         }
         return;
     }
     if (windows) {
-        changeWindowsState(static_cast<int>(maySleep));
+        changeWindowsState(static_cast<int>(maySleep)); // GCOVR_EXCL_LINE: Windows
     }
     ui->progressBar->setValue(0);
     ui->labelTimeTotal->setText(clockText(0));
