@@ -533,6 +533,10 @@ void TestHttp::refusesAnUnknownOperation()
     QVERIFY(reply != nullptr);
     QCOMPARE(reply->url(), QUrl());
     QCOMPARE(reply->statusCode(), 0);
+    // There is nothing that could be given up.
+    QSignalSpy ends(reply, &HttpReply::finished);
+    QVERIFY(QMetaObject::invokeMethod(reply, "readTimeout"));
+    QCOMPARE(ends.size(), 0);
     QCOMPARE(reply->reasonPhrase(), QString());
     QVERIFY(reply->headers().isEmpty());
     QVERIFY(reply->header("x").isEmpty());

@@ -100,6 +100,14 @@ private slots:
         QVERIFY(render(index, cell) != plain(index, cell));
     }
 
+    void paintsNothingInACellOfText()
+    {
+        const QRect cell(0, 0, 100, 40);
+        const QModelIndex name = model->index(1, 2);
+        QVERIFY(!name.data().toString().isEmpty());
+        QCOMPARE(render(name, cell), plain(name, cell));
+    }
+
     void statusIconIsCentred()
     {
         // 64 by 64 drawn in 24 by 24: the centre of the icon is the centre of the cell.

@@ -61,6 +61,15 @@ private slots:
         QCOMPARE(model->headerData(column, Qt::Horizontal, Qt::TextAlignmentRole).toInt(), alignment);
     }
 
+    void headersOfNoColumn()
+    {
+        add(1);
+        // As any table has them: numbers from 1 on.
+        QCOMPARE(model->headerData(0, Qt::Vertical), QVariant(1));
+        QCOMPARE(model->headerData(-1, Qt::Horizontal), QVariant(0));
+        QCOMPARE(model->headerData(model->columnCount(), Qt::Horizontal), QVariant(model->columnCount() + 1));
+    }
+
     void display()
     {
         add(3);

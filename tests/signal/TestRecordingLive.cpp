@@ -16,6 +16,8 @@
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QThread>
+#include <QTimer>
 #include <QUrl>
 #include <QtMath>
 
@@ -44,6 +46,9 @@ private slots:
     void deletedWhileRecording();
     void volumeWhileRecording();
     void pause();
+    void samplesUnderWayWhenStopped();
+    void otherQuality();
+    void whatItOffers();
     void stopFromProbe();
     void deletedFromProbe();
     void unknownCodec();
@@ -375,6 +380,9 @@ void TestRecordingLive::pause()
     const QSignalSpy states(&direct, &QAudioRecorder::stateChanged);
     direct.setEncodingSettings(settingsOf(QStringLiteral("audio/pcm")));
     direct.setAudioInput(readable(sensor.input));
+    direct.pause();
+    QCOMPARE(direct.state(), QMediaRecorder::StoppedState);
+    direct.record();
     direct.record();
     QTRY_VERIFY_WITH_TIMEOUT(buffers.count() > 1, limit);
     direct.pause();
@@ -390,6 +398,63 @@ void TestRecordingLive::pause()
     direct.stop();
     QCOMPARE(direct.state(), QMediaRecorder::StoppedState);
     QCOMPARE(states.count(), 4);
+}
+
+void TestRecordingLive::samplesUnderWayWhenStopped()
+{
+    SoundServer::Sensor sensor;
+    plug(&sensor);
+    QAudioRecorder direct;
+    QAudioProbe probe;
+    QVERIFY(probe.setSource(&direct));
+    const QSignalSpy buffers(&probe, &QAudioProbe::audioBufferProbed);
+    direct.setEncodingSettings(settingsOf(QStringLiteral("audio/pcm")));
+    direct.setAudioInput(readable(sensor.input));
+    direct.record();
+    QTRY_VERIFY_WITH_TIMEOUT(buffers.count() > 1, limit);
+    // After a sleep the input's timer comes first, then this one, and only then what the input has posted.
+    int atStop = -1;
+    QTimer::singleShot(400, Qt::PreciseTimer, this, [&] {
+        direct.stop();
+        atStop = buffers.count();
+    });
+    QThread::msleep(800);
+    QTRY_VERIFY_WITH_TIMEOUT(atStop >= 0, limit);
+    QTest::qWait(300);
+    QCOMPARE(buffers.count(), atStop);
+}
+
+void TestRecordingLive::otherQuality()
+{
+    SoundServer::Sensor sensor;
+    plug(&sensor);
+    QAudioRecorder direct;
+    QAudioProbe probe;
+    QVERIFY(probe.setSource(&direct));
+    QAudioFormat format;
+    connect(&probe, &QAudioProbe::audioBufferProbed, this,
+            [&format](const QAudioBuffer& buffer) { format = buffer.format(); });
+    QAudioEncoderSettings settings = settingsOf(QStringLiteral("audio/pcm"));
+    settings.setQuality(QMultimedia::HighQuality);
+    direct.setEncodingSettings(settings);
+    direct.setAudioInput(readable(sensor.input));
+    direct.record();
+    QTRY_VERIFY_WITH_TIMEOUT(format.isValid(), limit);
+    direct.stop();
+    QCOMPARE(format.sampleSize(), 16);
+    QCOMPARE(format.sampleType(), QAudioFormat::SignedInt);
+    QCOMPARE(format.sampleRate(), 22050);
+}
+
+void TestRecordingLive::whatItOffers()
+{
+    const QAudioRecorder direct;
+    QCOMPARE(direct.supportedAudioCodecs(), QStringList(QStringLiteral("audio/pcm")));
+    QCOMPARE(direct.audioCodecDescription(QStringLiteral("audio/pcm")), QStringLiteral("Linear PCM"));
+    QCOMPARE(direct.audioCodecDescription(QStringLiteral("audio/vorbis")), QString());
+    QCOMPARE(direct.supportedContainers(), QStringList(QStringLiteral("audio/x-wav")));
+    QCOMPARE(direct.containerDescription(QStringLiteral("audio/x-wav")), QStringLiteral("WAV file"));
+    QCOMPARE(direct.containerDescription(QStringLiteral("video/mp4")), QString());
 }
 
 void TestRecordingLive::stopFromProbe()
