@@ -1288,21 +1288,41 @@ void TestTour::speakRussian()
     program.setProcessEnvironment(environment);
     program.start(QCoreApplication::applicationDirPath() + QStringLiteral("/quelmar"), QStringList());
     QVERIFY(program.waitForStarted());
-    QTRY_VERIFY_WITH_TIMEOUT(QGuiApplication::primaryScreen()->grabWindow(0).toImage() != empty, 30000);
+    const auto screen = [] { return QGuiApplication::primaryScreen()->grabWindow(0).toImage(); };
+    const auto pressKeys = [](const QStringList& keys) {
+        return QProcess::execute(QStringLiteral("xdotool"),
+                                 QStringList{QStringLiteral("key"), QStringLiteral("--delay"), QStringLiteral("100")} +
+                                     keys);
+    };
+    QTRY_VERIFY_WITH_TIMEOUT(screen() != empty, 30000);
     QTest::qWait(500);
     picture(QStringLiteral("ru-login"));
-    program.kill();
+    // Whoever escapes the login is left with an empty window, which asks before it closes.
+    const QImage login = screen();
+    QCOMPARE(pressKeys({QStringLiteral("Escape")}), 0);
+    QTRY_VERIFY(screen() != login);
+    QTest::qWait(500);
+    picture(QStringLiteral("ru-escaped"));
+    const QImage escaped = screen();
+    QCOMPARE(pressKeys({QStringLiteral("alt+F4")}), 0);
+    QTRY_VERIFY(screen() != escaped);
+    QTest::qWait(500);
+    picture(QStringLiteral("ru-close-question"));
+    QCOMPARE(program.state(), QProcess::Running);
+    QCOMPARE(pressKeys({QStringLiteral("Tab"), QStringLiteral("space")}), 0);
     QVERIFY(program.waitForFinished());
+    QCOMPARE(program.exitStatus(), QProcess::NormalExit);
+    QCOMPARE(program.exitCode(), 0);
 
     // The server keeps the language, and the changed password opens the door.
-    ModalAnswer login(isModal<DialogLogin>, [this](QWidget* dialog) {
+    ModalAnswer entered(isModal<DialogLogin>, [this](QWidget* dialog) {
         type(dialog->findChild<QLineEdit*>(QStringLiteral("usernameField")), QStringLiteral("demo"));
         auto* const field = dialog->findChild<QLineEdit*>(QStringLiteral("passwordField"));
         type(field, password);
         QTest::keyClick(field, Qt::Key_Return);
     });
     window = std::make_unique<MainWindow>();
-    QVERIFY(login.used());
+    QVERIFY(entered.used());
     window->show();
     QVERIFY(QTest::qWaitForWindowExposed(window.get()));
     QTRY_VERIFY(rows() >= 12);
