@@ -69,7 +69,7 @@ void DialogChangePassword::onError(const QString& message)
     const QPointer<QMessageBox> box(
         new QMessageBox(QMessageBox::Critical, tr("Text.error"), message, QMessageBox::Ok, this));
     box->exec();
-    if (box == nullptr) {
+    if (box.isNull()) {
         return;
     }
     delete box.data();

@@ -17,7 +17,7 @@ int run(QMessageBox* newBox)
 {
     const QPointer<QMessageBox> box(newBox);
     const int answer = box->exec();
-    if (box == nullptr) {
+    if (box.isNull()) {
         return 0;
     }
     delete box.data();

@@ -140,7 +140,7 @@ void MainWindow::onMenuPassword()
     connect(dialog, SIGNAL(listener(bool)), this, SLOT(onChangePassword(bool)));
     dialog->exec();
     // The dialog goes with the window.
-    if (dialog != nullptr) {
+    if (!dialog.isNull()) {
         dialog->deleteLater();
     }
 }
@@ -156,7 +156,7 @@ void MainWindow::onMenuAbout()
 {
     const QPointer<DialogAbout> dialog(new DialogAbout(this));
     dialog->exec();
-    if (dialog != nullptr) {
+    if (!dialog.isNull()) {
         dialog->deleteLater();
     }
 }

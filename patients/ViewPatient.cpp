@@ -186,7 +186,7 @@ void ViewPatient::onNewRecord()
     connect(recorder, SIGNAL(onCommand(QString)), this, SLOT(onSendCommand(QString)));
     recorder->exec();
     // The dialog goes with the screen.
-    if (recorder != nullptr) {
+    if (!recorder.isNull()) {
         recorder->deleteLater();
     }
 }
@@ -248,7 +248,7 @@ void ViewPatient::manageDevice()
     connect(dialog, SIGNAL(listenerToggle()), this, SLOT(onDeviceToggle()));
     dialog->exec();
     // The dialog goes with the screen.
-    if (dialog != nullptr) {
+    if (!dialog.isNull()) {
         dialog->deleteLater();
     }
 }
@@ -295,7 +295,7 @@ void ViewPatient::autospectrum()
     const QPointer<DialogAutospectrum> dialog(new DialogAutospectrum(this));
     connect(dialog, SIGNAL(listener(int)), this, SLOT(onAutospectrum(int)));
     dialog->exec();
-    if (dialog != nullptr) {
+    if (!dialog.isNull()) {
         dialog->deleteLater();
     }
 }
@@ -388,7 +388,7 @@ void ViewPatient::onEditPatient()
     });
     form->edit(&patient);
     const int result = form->exec();
-    if (form != nullptr) {
+    if (!form.isNull()) {
         form->deleteLater();
     }
     if (self != nullptr && result != QDialog::Accepted) {

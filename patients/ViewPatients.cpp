@@ -198,7 +198,7 @@ void ViewPatients::onNewPatient()
     dialog->edit(patient.get());
     dialog->exec();
     // The screen itself may be gone by now, and the form too, if the patient was created.
-    if (dialog != nullptr) {
+    if (!dialog.isNull()) {
         dialog->deleteLater();
     }
 }
@@ -254,7 +254,7 @@ void ViewPatients::edit(const QModelIndex& index)
             [this, manager](Patient* edited) { manager->update(this, form, edited); });
     dialog->edit(&patient);
     dialog->exec();
-    if (dialog != nullptr) {
+    if (!dialog.isNull()) {
         dialog->deleteLater();
     }
 }
