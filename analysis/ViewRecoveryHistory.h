@@ -43,8 +43,8 @@ public slots:
     void onSave();
     /// Asks for a name; without one nothing is added. The screen may be gone when it returns.
     void onNewSymptom();
-    /// `pos` is one of the table's viewport.
-    void on_tableView_customContextMenuRequested(const QPoint& pos);
+    /// `pos` is one of the table's viewport. The name is an agreed one, and setupUi() connects the slot by it.
+    void on_tableView_customContextMenuRequested(const QPoint& pos); // clazy:exclude=connect-by-name
 
 private:
     void setupTable();

@@ -12,6 +12,6 @@ Marker::Marker(const QJsonObject& json)
     const QJsonValue text = json.value(QLatin1String("description"));
     if (!text.isNull()) {
         // Not null: only the server's null leaves the description null.
-        description = text.toString(QStringLiteral(""));
+        description = text.toString(QLatin1String(""));
     }
 }

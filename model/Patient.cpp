@@ -80,7 +80,7 @@ void Patient::setBirthDate(int day, int month, int year)
 
 void Patient::setStatusNoCommand()
 {
-    command = QStringLiteral("");
+    command = QLatin1String("");
 }
 
 void Patient::setStatusRecord()

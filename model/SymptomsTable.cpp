@@ -50,7 +50,7 @@ QString SymptomsTable::horizontalHeaderValue(int column) const
         return tr("Text.symptom");
     }
     if (!isDated(column)) {
-        return QStringLiteral("");
+        return QLatin1String("");
     }
     return columns.at(column - 1).recordDate().toString(QStringLiteral("yyyy-MM-dd HH:mm:ss"));
 }

@@ -39,7 +39,7 @@ QString encodeNeedle(const QString& needle)
 {
     if (needle.isEmpty()) {
         // Not null: a null value would leave the "=" out of the query.
-        return QStringLiteral("");
+        return QLatin1String("");
     }
     QString encoded = QString::fromLatin1(needle.toUtf8().toBase64());
     encoded.replace(QLatin1Char('+'), QLatin1Char('.'));
@@ -50,7 +50,7 @@ QString encodeNeedle(const QString& needle)
 
 QString notNull(const QString& text)
 {
-    return text.isNull() ? QStringLiteral("") : text;
+    return text.isNull() ? QLatin1String("") : text;
 }
 
 } // namespace
@@ -219,13 +219,13 @@ void Controller::getRecipe(Patient* patient, Record* record)
 void Controller::recipe(Patient* patient, Record* record, QList<Marker>& markers, int duration, QString deviceId)
 {
     post(address(recipePath), Type::Zipped,
-         toBytes(prepareRecipeData(patient, record, markers, duration, deviceId, QStringLiteral(""))));
+         toBytes(prepareRecipeData(patient, record, markers, duration, deviceId, QLatin1String(""))));
 }
 
 void Controller::saveRecipe(Patient* patient, Record* record, QList<Marker>& markers, int duration, QString command)
 {
     put(address(recipePath), Type::Plain,
-        toBytes(prepareRecipeData(patient, record, markers, duration, QStringLiteral(""), command)));
+        toBytes(prepareRecipeData(patient, record, markers, duration, QLatin1String(""), command)));
 }
 
 void Controller::recipeAutospectrum(Patient* patient, Record* record, QString deviceId)

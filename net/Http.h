@@ -17,6 +17,7 @@ class Http
 public:
     /// Starts with the default headers and the default read time-out.
     Http();
+    virtual ~Http() = default;
     Http(const Http&) = default;
     Http& operator=(const Http&) = default;
 

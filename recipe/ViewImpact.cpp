@@ -368,7 +368,7 @@ void ViewImpact::doBackNavigation(Navigation navigation)
     }
     QList<Marker> markers = model->markers();
     auto* const controller = new Controller(this);
-    controller->saveRecipe(&patient, &record, markers, ui->spinBoxDuration->value(), QStringLiteral(""));
+    controller->saveRecipe(&patient, &record, markers, ui->spinBoxDuration->value(), QLatin1String(""));
     connect(controller, &Controller::onSuccess, this, [this, navigation] {
         changed = false;
         emitNavigation(navigation);

@@ -289,7 +289,7 @@ void ViewReceipt::doBackNavigation(Navigation navigation)
     }
     QList<Marker> markers = selectedMarkers();
     auto* const controller = new Controller(this);
-    controller->saveRecipe(&patient, &record, markers, 0, QStringLiteral(""));
+    controller->saveRecipe(&patient, &record, markers, 0, QLatin1String(""));
     connect(controller, &Controller::onSuccess, this, [this, navigation] {
         changed = false;
         emitNavigation(navigation);
