@@ -217,7 +217,7 @@ void loginToList(benchmark::State& state)
                 answered = Clock::now();
             }
         });
-        QTimer::singleShot(0, [] { typeAndConfirm(QApplication::activeModalWidget()); });
+        QTimer::singleShot(0, qApp, [] { typeAndConfirm(QApplication::activeModalWidget()); });
         TableWatcher watcher;
         qApp->installEventFilter(&watcher);
         MainWindow window(nullptr);

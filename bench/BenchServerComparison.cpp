@@ -221,5 +221,6 @@ int main(int argc, char** argv)
     Practice made;
     practice = &made;
     benchmark::RunSpecifiedBenchmarks();
+    practice = nullptr;
     return 0;
 }

@@ -117,7 +117,8 @@ QHash<QString, QVector<int>> scoresOf(const QVector<Record>& history, const Resu
     }
     QHash<QString, QVector<int>> scores;
     const Catalogue& catalogue = Catalogue::instance();
-    for (const Catalogue::CategoryEntry& category : catalogue.diagnosticCategories(QString())) {
+    const QVector<Catalogue::CategoryEntry> categories = catalogue.diagnosticCategories(QString());
+    for (const Catalogue::CategoryEntry& category : categories) {
         QVector<double> strengths;
         for (const Record& record : qAsConst(analysed)) {
             QVector<QVector<double>> levels;
@@ -239,8 +240,13 @@ Reply Api::analysisComparative(const Call& call)
     const QVector<Record> named = chosen.records();
     for (const Record& record : named) {
         const QuestionnaireAnswers answers = questionnaires.value(record.id);
-        entries.append({record.recordedAt.toLocalTime(), resultOf(record, results), scoresOf(record, scores),
-                        answers.shipped.values().toVector() + answers.custom.values().toVector()});
+        QVector<double> strengths;
+        for (const double strength : answers.shipped)
+            strengths.append(strength);
+        for (const double strength : answers.custom)
+            strengths.append(strength);
+        entries.append(
+            {record.recordedAt.toLocalTime(), resultOf(record, results), scoresOf(record, scores), strengths});
     }
     const Comparison comparison(entries, call.language);
     return Wire::json(QJsonObject{{QStringLiteral("graph1"), seriesJson(comparison.bands())},

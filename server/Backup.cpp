@@ -185,7 +185,8 @@ QHash<QString, qint64> copyTables(Database& from, Database& to, const std::atomi
 
 void removeAll(Database& database)
 {
-    for (const QString& table : Migrations::loginTables())
+    const QStringList ofLogins = Migrations::loginTables();
+    for (const QString& table : ofLogins)
         database.run(QStringLiteral("DELETE FROM ") + table);
     QStringList tables = Migrations::keptTables();
     std::reverse(tables.begin(), tables.end());

@@ -59,6 +59,13 @@ quint64 threadNumber()
     return number;
 }
 
+/// How the names of a database's connections begin, another one each time.
+QString newName()
+{
+    static std::atomic<quint64> last{0};
+    return QStringLiteral("store%1-").arg(++last);
+}
+
 /// Whether a statement that may have been carried out or not, when the connection was lost, can just be sent again.
 bool leavesNothing(const QString& statement)
 {
@@ -81,8 +88,8 @@ Database::Transaction::Transaction(Database& database, Purpose purpose)
     state.lost = false;
     // No destructor would end it, as the constructor has not.
     try {
-        for (const QString& statement : statements.mid(1))
-            m_database.run(statement);
+        for (int next = 1; next < statements.size(); ++next)
+            m_database.run(statements.at(next));
     } catch (const DatabaseError&) {
         m_database.rollback();
         throw;
@@ -151,9 +158,8 @@ std::unique_ptr<Database> Database::openOn(std::unique_ptr<Dialect> dialect, boo
 
 Database::Database(std::unique_ptr<Dialect> dialect)
     : m_dialect(std::move(dialect))
+    , m_name(newName())
 {
-    static std::atomic<quint64> last{0};
-    m_name = QStringLiteral("store%1-").arg(++last);
 }
 
 Database::~Database()
@@ -168,7 +174,7 @@ Rows Database::run(const QString& statement, const QVariantList& values)
     for (QVariant& value : bound) {
         // Qt would store a null text as NULL, which only an invalid value is to mean.
         if (value.userType() == QMetaType::QString && value.isNull())
-            value = QStringLiteral("");
+            value = QLatin1String("");
     }
     for (bool again = true;; again = false) {
         std::optional<DatabaseError> error;
@@ -190,7 +196,7 @@ Rows Database::run(const QString& statement, const QVariantList& values)
             if (again && !current.inTransaction && leavesNothing(statement))
                 continue;
         }
-        throw *error;
+        throw DatabaseError(*error);
     }
 }
 
@@ -223,7 +229,7 @@ int Database::readPortion(const QString& statement, const std::function<void(con
     connections()[connectionName()].committable = false;
     if (error->kind() == DatabaseError::Kind::Lost)
         close();
-    throw *error;
+    throw DatabaseError(*error);
 }
 
 QStringList Database::tables()

@@ -42,7 +42,7 @@ bool readHost(const QString& text, DatabaseAddress& address)
     }
     if (!port.isEmpty()) {
         bool sound = false;
-        address.port = port.mid(1).toInt(&sound);
+        address.port = port.midRef(1).toInt(&sound);
         if (!sound || address.port < 1 || address.port > 65535)
             return false;
     }

@@ -278,7 +278,8 @@ int DemoLoad::add(Database& database, Accounts& accounts, int patients, int prac
         progress(number + 1);
     }
     if (added > 0) {
-        for (const QString& statement : database.dialect().afterFilling())
+        const QStringList statements = database.dialect().afterFilling();
+        for (const QString& statement : statements)
             database.run(statement);
     }
     return added;

@@ -33,7 +33,8 @@ std::optional<QByteArray> FormBody::bytes(const QByteArray& key) const
 
 std::optional<QByteArray> FormBody::value(const QByteArray& key) const
 {
-    for (const QByteArray& item : m_text.split('&')) {
+    const QList<QByteArray> items = m_text.split('&');
+    for (const QByteArray& item : items) {
         const int mark = item.indexOf('=');
         const std::optional<QByteArray> name = decoded(item.mid(0, mark), true);
         if (!item.isEmpty() && name && *name == key)

@@ -108,9 +108,7 @@ void HttpConnection::afterRead(const Error& error, size_t size)
     // The first bytes of a request may come at the very moment of the deadline of the wait for them.
     const bool inTime = !error && m_state == State::Idle;
     const bool ended = error == asio::error::eof || error == asio::ssl::error::stream_truncated;
-    if (m_late && !inTime) {
-        cutShort();
-    } else if (ended) {
+    if ((m_late && !inTime) || ended) {
         cutShort();
     } else if (error) {
         close();

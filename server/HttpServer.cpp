@@ -316,7 +316,7 @@ void HttpServer::Impl::closed(HttpConnection& connection)
 
 void HttpServer::Impl::handle(const std::shared_ptr<HttpConnection>& connection, Request request)
 {
-    asio::post(*m_workers, [this, connection, request = std::move(request),
+    asio::post(*m_workers, [this, connection = connection, request = std::move(request),
                             running = asio::make_work_guard(m_io)]() mutable {
         Reply reply = answer(request);
         // The connection is not let go of on this thread.

@@ -3,9 +3,9 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <climits>
 #include <csignal>
 
-#include <limits.h>
 #include <poll.h>
 #include <unistd.h>
 

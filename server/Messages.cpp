@@ -165,7 +165,8 @@ QString Messages::language(const QByteArray& acceptLanguage)
 {
     QString best;
     double bestWeight = 0;
-    for (const QByteArray& entry : acceptLanguage.split(',')) {
+    const QList<QByteArray> entries = acceptLanguage.split(',');
+    for (const QByteArray& entry : entries) {
         const QList<QByteArray> fields = entry.split(';');
         const QByteArray tag = fields.first().trimmed().toLower();
         const QByteArray primary = tag.mid(0, tag.indexOf('-'));

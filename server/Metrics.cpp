@@ -31,8 +31,10 @@ const QByteArray place = QByteArrayLiteral("/metrics");
 
 /// Upper ends of the classes of durations in seconds: a page of patients takes a millisecond, an analysis of many
 /// records some seconds.
-const prometheus::Histogram::BucketBoundaries durations{0.001, 0.0025, 0.005, 0.01, 0.025, 0.05, 0.1,
-                                                        0.25,  0.5,    1,     2.5,  5,     10,   30};
+prometheus::Histogram::BucketBoundaries durations()
+{
+    return {0.001, 0.0025, 0.005, 0.01, 0.025, 0.05, 0.1, 0.25, 0.5, 1, 2.5, 5, 10, 30};
+}
 
 const std::pair<DatabaseError::Kind, const char*> errorKinds[] = {{DatabaseError::Kind::Failed, "failed"},
                                                                   {DatabaseError::Kind::Conflict, "conflict"},
@@ -155,7 +157,7 @@ void Metrics::Figures::measure(const QByteArray& pattern, std::chrono::duration<
         const std::lock_guard<std::mutex> lock(m_mutex);
         prometheus::Histogram*& known = m_histograms[pattern];
         if (known == nullptr)
-            known = &m_durations.Add({{"path", label(pattern)}}, durations);
+            known = &m_durations.Add({{"path", label(pattern)}}, durations());
         histogram = known;
     }
     histogram->Observe(time.count());
@@ -210,7 +212,7 @@ Reply Metrics::handle(const Request& request)
 
     const Flight flight(*m_figures);
     // To the letter: a proxy that keeps others from this path has only that to go by.
-    const Reply reply = request.path == place ? show(request) : m_next.handle(request);
+    Reply reply = request.path == place ? show(request) : m_next.handle(request);
     m_figures->count(request.knownMethod(), reply.pattern, reply.status);
     m_figures->measure(reply.pattern, std::chrono::steady_clock::now() - request.arrived);
     return reply;
@@ -218,7 +220,7 @@ Reply Metrics::handle(const Request& request)
 
 Reply Metrics::refuse(int status, const QByteArray& acceptLanguage)
 {
-    const Reply reply = m_next.refuse(status, acceptLanguage);
+    Reply reply = m_next.refuse(status, acceptLanguage);
     m_figures->count(QByteArray(), QByteArray(), reply.status);
     return reply;
 }

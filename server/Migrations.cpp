@@ -197,7 +197,8 @@ bool Migrations::apply(Database& database, QString& error)
     }
     for (int step = *found; step < all.size(); ++step) {
         for (const QString& part : all.at(step)) {
-            for (const QString& statement : statementsOf(database, part))
+            const QStringList statements = statementsOf(database, part);
+            for (const QString& statement : statements)
                 database.run(statement);
         }
         database.run(QStringLiteral("INSERT INTO schema_version (version, applied_at) VALUES (?, ?)"),

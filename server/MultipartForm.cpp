@@ -112,10 +112,10 @@ private:
 QByteArray boundaryOf(const QByteArray& contentType)
 {
     const Parameters parameters(contentType);
-    const QByteArray boundary = parameters.parameter("boundary");
+    QByteArray boundary = parameters.parameter("boundary");
     if (parameters.value() != "multipart/form-data" || boundary.size() > maxBoundary || boundary.endsWith(' '))
         return QByteArray();
-    for (const char c : boundary) {
+    for (const char c : qAsConst(boundary)) {
         if (!isAlphanumeric(c) && (c == '\0' || !std::strchr("'()+_,-./:=? ", c)))
             return QByteArray();
     }

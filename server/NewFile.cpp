@@ -105,7 +105,7 @@ QString NewFile::finish()
         return reason(errno);
     if (!isDraft())
         return QStringLiteral("%1 was taken away").arg(m_draft);
-    const QString failure = takeName();
+    QString failure = takeName();
     if (!failure.isEmpty())
         return failure;
     close(m_descriptor);

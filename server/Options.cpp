@@ -37,7 +37,7 @@ bool readAddress(const QString& text, QString& host, int& port)
     if (bracketed)
         name = name.mid(1, name.size() - 2);
     bool sound = false;
-    const int number = text.mid(colon + 1).toInt(&sound);
+    const int number = text.midRef(colon + 1).toInt(&sound);
     if (!sound || number < 0 || number > 65535 || name.isEmpty() || name.contains(QLatin1Char(':')) != bracketed)
         return false;
     host = name;

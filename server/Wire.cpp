@@ -75,7 +75,7 @@ Reply Wire::failed(const Failure& failure, const QString& language)
 QString Wire::time(const QDateTime& moment)
 {
     if (!moment.isValid())
-        return QStringLiteral("");
+        return QLatin1String("");
     const QDateTime local = moment.toLocalTime();
     return local.toOffsetFromUtc(local.offsetFromUtc()).toString(Qt::ISODate);
 }
