@@ -488,7 +488,8 @@ void TestDialogChangePassword::endsWithSuccess()
     // The session stands by the time the owner hears of it, and the dialog is still there.
     QByteArray authAtReport("(none)");
     bool visibleAtReport = false;
-    connect(dialog.get(), &DialogChangePassword::listener, this, [&] {
+    const QObject whileHere;
+    connect(dialog.get(), &DialogChangePassword::listener, &whileHere, [&] {
         authAtReport = Authentication::getInstance()->getAuthHeader();
         visibleAtReport = dialog->isVisible();
     });
@@ -508,7 +509,8 @@ void TestDialogChangePassword::saysFalseOnceOnCancel()
 {
     const QSignalSpy rejected(dialog.get(), &QDialog::rejected);
     bool visibleAtReport = false;
-    connect(dialog.get(), &DialogChangePassword::listener, this, [&] { visibleAtReport = dialog->isVisible(); });
+    const QObject whileHere;
+    connect(dialog.get(), &DialogChangePassword::listener, &whileHere, [&] { visibleAtReport = dialog->isVisible(); });
     const int result = execWith([this] {
         fillIn(dialog.get());
         QTest::mouseClick(button(dialog.get(), "buttonCancel"), Qt::LeftButton);

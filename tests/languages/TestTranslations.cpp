@@ -120,7 +120,7 @@ QChar ending(const QString& text)
 QChar mnemonic(const QString& text)
 {
     const int at = text.indexOf(QLatin1Char('&'));
-    if (at < 0 || at + 1 >= text.size() || text.count(QLatin1Char('&')) != 1) {
+    if (at < 0 || at + 1 >= text.size() || text.lastIndexOf(QLatin1Char('&')) != at) {
         return {};
     }
     return text.at(at + 1).toLower();

@@ -114,11 +114,10 @@ private slots:
         model->setTotalPages(0);
         server->expect("GET", firstPage, Samples::list(3, 7));
         int rows = -1;
-        const auto connection =
-            connect(model, &PatientModel::pageCountChanghed, this, [this, &rows] { rows = model->rowCount(); });
+        const QObject whileHere;
+        connect(model, &PatientModel::pageCountChanghed, &whileHere, [this, &rows] { rows = model->rowCount(); });
         manager->load(widget.get());
         QTRY_COMPARE(model->rowCount(), 3);
-        disconnect(connection);
         QCOMPARE(rows, 0);
     }
 

@@ -175,8 +175,8 @@ void TestDialogLogin::showsItsPictures()
     QCOMPARE(button()->icon().pixmap(20, 20).toImage(),
              QIcon(QStringLiteral(":/images/login.png")).pixmap(20, 20).toImage());
     QVERIFY(!button()->icon().pixmap(20, 20).isNull());
-    const QMap<const char*, const char*> pictures{{"usernameLabel", "login-as-user.png"},
-                                                  {"passwordLabel", "login-password.png"}};
+    const QHash<const char*, const char*> pictures{{"usernameLabel", "login-as-user.png"},
+                                                   {"passwordLabel", "login-password.png"}};
     for (auto picture = pictures.cbegin(); picture != pictures.cend(); ++picture) {
         const auto* const label = find<QLabel>(picture.key());
         QVERIFY(!image(picture.value()).isNull());
@@ -407,7 +407,8 @@ void TestDialogLogin::endsWithSuccess()
     // The session stands by the time the owner hears of it, and the dialog is still there.
     QByteArray auth("(none)");
     bool visible = false;
-    connect(dialog.get(), &DialogLogin::listener, this, [&] {
+    const QObject whileHere;
+    connect(dialog.get(), &DialogLogin::listener, &whileHere, [&] {
         auth = Authentication::getInstance()->getAuthHeader();
         visible = dialog->isVisible();
     });

@@ -330,7 +330,7 @@ void TestHttp::fillsARequest()
     const QUrl url = server->url(QStringLiteral("/"));
     QMap<QByteArray, QByteArray> withType = Http::getDefaultRequestHeaders();
     withType.insert("Content-Type", "text/plain");
-    for (const QByteArray method : {"GET", "HEAD", "DELETE", "PUT", "POST", "PUT", "POST"}) {
+    for (const char* const method : {"GET", "HEAD", "DELETE", "PUT", "POST", "PUT", "POST"}) {
         server->expect(method, "/", "ok");
     }
     const QList<QPointer<HttpReply>> replies{
@@ -807,10 +807,10 @@ void TestHttp::abortsASlowUpload()
     qint64 arrived = 0;
     bool dropped = false;
     QTimer pace;
-    connect(&slow, &QTcpServer::newConnection, this, [&] {
+    connect(&slow, &QTcpServer::newConnection, &pace, [&] {
         QTcpSocket* const socket = slow.nextPendingConnection();
         socket->setReadBufferSize(65536);
-        connect(socket, &QTcpSocket::disconnected, this, [&] { dropped = true; });
+        connect(socket, &QTcpSocket::disconnected, &pace, [&dropped] { dropped = true; });
         connect(&pace, &QTimer::timeout, socket, [&arrived, socket] { arrived += socket->readAll().size(); });
         pace.start(10);
     });
@@ -834,7 +834,8 @@ void TestHttp::endsOnceWhenAReceiverWaits()
     HttpReply* const reply = http.get(server->url(QStringLiteral("/")));
     Watch watch(reply);
     bool returned = false;
-    connect(reply, &HttpReply::data, this, [&returned] {
+    const QObject whileHere;
+    connect(reply, &HttpReply::data, &whileHere, [&returned] {
         QEventLoop box;
         QTimer::singleShot(900, &box, &QEventLoop::quit);
         box.exec();
@@ -1038,7 +1039,7 @@ void TestHttp::usesAManagerOfTheThread()
         QEventLoop loop;
         HttpReply* const reply = Http().get(url);
         first = transportOf(reply)->manager();
-        QObject::connect(reply, &HttpReply::data, reply, [&](const QByteArray& bytes) {
+        QObject::connect(reply, &HttpReply::data, &loop, [&](const QByteArray& bytes) {
             data = bytes;
             servedIn = QThread::currentThread();
         });
@@ -1047,7 +1048,7 @@ void TestHttp::usesAManagerOfTheThread()
 
         HttpReply* const next = Http().get(url);
         second = transportOf(next)->manager();
-        QObject::connect(next, &HttpReply::data, next, [&](const QByteArray& bytes) { secondData = bytes; });
+        QObject::connect(next, &HttpReply::data, &loop, [&](const QByteArray& bytes) { secondData = bytes; });
         QObject::connect(next, &QObject::destroyed, &loop, &QEventLoop::quit);
         loop.exec();
     }));

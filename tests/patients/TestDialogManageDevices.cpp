@@ -135,7 +135,8 @@ private slots:
         FakeUsb::plug("Q-2021-000042");
         QSignalSpy spy(dialog.get(), &DialogManageDevices::listenerConnect);
         bool enabledMeanwhile = true;
-        connect(dialog.get(), &DialogManageDevices::listenerConnect, this,
+        const QObject whileHere;
+        connect(dialog.get(), &DialogManageDevices::listenerConnect, &whileHere,
                 [&] { enabledMeanwhile = button("buttonConnect")->isEnabled(); });
         button("buttonConnect")->click();
         QCOMPARE(spy.count(), 1);
@@ -305,7 +306,8 @@ private slots:
         QSignalSpy finished(dialog.get(), &QDialog::finished);
         bool visibleMeanwhile = false;
         bool enabledMeanwhile = true;
-        connect(dialog.get(), &DialogManageDevices::listenerToggle, this, [&] {
+        const QObject whileHere;
+        connect(dialog.get(), &DialogManageDevices::listenerToggle, &whileHere, [&] {
             visibleMeanwhile = dialog->isVisible();
             enabledMeanwhile = button("buttonToggle")->isEnabled();
         });

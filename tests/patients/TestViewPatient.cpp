@@ -311,7 +311,8 @@ private slots:
         patient.setName(QStringLiteral("Other"));
         patient.setStatusRecipe();
         QString name;
-        connect(view.get(), &ViewPatient::onPatientDelete, this,
+        const QObject whileHere;
+        connect(view.get(), &ViewPatient::onPatientDelete, &whileHere,
                 [&name](QWidget*, Patient& own) { name = own.getName(); });
         child<QPushButton>("buttonDeletePatient")->click();
         QCOMPARE(name, QStringLiteral("Anna Berg"));
@@ -796,7 +797,8 @@ private slots:
         open(3);
         QString patientName;
         QString recordId;
-        connect(view.get(), &ViewPatient::onReceipt, this, [&](Patient& patient, Record& record) {
+        const QObject whileHere;
+        connect(view.get(), &ViewPatient::onReceipt, &whileHere, [&](Patient& patient, Record& record) {
             patientName = patient.getName();
             recordId = record.getId();
         });
@@ -841,7 +843,8 @@ private slots:
         open(4);
         QStringList names;
         QStringList ids;
-        connect(view.get(), signal, this, [&](Patient& patient, QList<Record>& list) {
+        const QObject whileHere;
+        connect(view.get(), signal, &whileHere, [&](Patient& patient, QList<Record>& list) {
             names.append(patient.getName());
             ids.clear();
             for (const Record& record : qAsConst(list)) {
@@ -1029,7 +1032,8 @@ private slots:
         child<QPushButton>("buttonEditPatient")->click();
         QVERIFY(answer.used());
         QString name;
-        connect(view.get(), &ViewPatient::onPatientDelete, this,
+        const QObject whileHere;
+        connect(view.get(), &ViewPatient::onPatientDelete, &whileHere,
                 [&name](QWidget*, Patient& patient) { name = patient.getName(); });
         view->deletePatient();
         QCOMPARE(name, QStringLiteral("Anna Berg"));
@@ -1041,7 +1045,8 @@ private slots:
         open(0);
         QWidget* parent = nullptr;
         QString id;
-        connect(view.get(), &ViewPatient::onPatientDelete, this, [&](QWidget* widget, Patient& patient) {
+        const QObject whileHere;
+        connect(view.get(), &ViewPatient::onPatientDelete, &whileHere, [&](QWidget* widget, Patient& patient) {
             parent = widget;
             id = patient.getId();
         });

@@ -740,7 +740,8 @@ private slots:
             blocks.append(QString::fromLatin1(QByteArray(66150, char('a' + i)).toBase64()));
         }
         QByteArray played;
-        connect(card.get(), &ViewPatient::onPlay, this, [&played](const QByteArray& bytes) { played = bytes; });
+        const QObject whileHere;
+        connect(card.get(), &ViewPatient::onPlay, &whileHere, [&played](const QByteArray& bytes) { played = bytes; });
         card->onAutospectrumSuccess(Samples::toBytes(blocks), 99);
         constexpr int block = 66150;
         constexpr int passes = (1 << 30) / (20 * block);

@@ -476,7 +476,8 @@ private slots:
         QFETCH(int, column);
         open(3, 1);
         QStringList chosen;
-        connect(view.get(), &ViewPatients::onChoosePatient, this,
+        const QObject whileHere;
+        connect(view.get(), &ViewPatients::onChoosePatient, &whileHere,
                 [&chosen](Patient& patient) { chosen.append(patient.getId()); });
         // Beside the icons, so that these do not take the press.
         const QPoint place = table()->visualRect(model->index(1, column)).topLeft() + QPoint(3, 3);

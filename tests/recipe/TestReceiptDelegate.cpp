@@ -199,7 +199,6 @@ void TestReceiptDelegate::paintsPercent()
     QList<QPair<QString, Marker>> none;
     model.fromJson(rows({marker(QStringLiteral("m"), QStringLiteral("m"), value)}), none);
     const ReceiptDelegate delegate(nullptr);
-    const QImage gradient = QImage(QStringLiteral(":/images/gradient.png")).convertToFormat(QImage::Format_RGB32);
 
     for (bool selected : {false, true}) {
         QStyleOptionViewItem option;

@@ -177,7 +177,8 @@ void TestReceiptPopupOnScreen::staysOnTheWayIntoTheBubble()
     QTRY_VERIFY(popup->isVisible());
     auto* const timer = popup->findChild<QTimer*>();
     int ticks = 0;
-    connect(timer, &QTimer::timeout, this, [&ticks] { ++ticks; });
+    const QObject whileHere;
+    connect(timer, &QTimer::timeout, &whileHere, [&ticks] { ++ticks; });
     QCursor::setPos(popup->geometry().center());
     QTRY_VERIFY(ticks >= 2);
     QVERIFY(popup->isVisible());

@@ -633,8 +633,9 @@ void TestViewImpact::removingTheLastGoesBack()
 {
     open(markers(1, 5));
     QStringList order;
-    connect(view.get(), &ViewImpact::onMarkerRemove, this, [&order](const QString& id) { order.append(id); });
-    connect(view.get(), &ViewImpact::onBack, this, [&order, this] {
+    const QObject whileHere;
+    connect(view.get(), &ViewImpact::onMarkerRemove, &whileHere, [&order](const QString& id) { order.append(id); });
+    connect(view.get(), &ViewImpact::onBack, &whileHere, [&order, this] {
         order.append(text("back"));
         // The total is that of an empty table by now.
         order.append(labelText("labelMarkers"));

@@ -374,7 +374,8 @@ void TestViewReceipt::startsWithASavedRecipe()
     QVERIFY(receiptEnabled());
     QStringList ids;
     bool flag = true;
-    connect(view.get(), &ViewReceipt::onReceipt, this,
+    const QObject whileHere;
+    connect(view.get(), &ViewReceipt::onReceipt, &whileHere,
             [&](Patient& patient, Record& record, QList<Marker>& markers, bool changed) {
                 QCOMPARE(patient.getId(), text("p1"));
                 QCOMPARE(record.getId(), text("r1"));
@@ -554,13 +555,15 @@ void TestViewReceipt::keepsTheOrderOfChoice()
     }
     QStringList ids;
     bool flag = false;
-    connect(view.get(), &ViewReceipt::onReceipt, this, [&](Patient&, Record&, QList<Marker>& markers, bool changed) {
-        ids.clear();
-        for (const Marker& one : qAsConst(markers)) {
-            ids.append(one.getId());
-        }
-        flag = changed;
-    });
+    const QObject whileHere;
+    connect(view.get(), &ViewReceipt::onReceipt, &whileHere,
+            [&](Patient&, Record&, QList<Marker>& markers, bool changed) {
+                ids.clear();
+                for (const Marker& one : qAsConst(markers)) {
+                    ids.append(one.getId());
+                }
+                flag = changed;
+            });
     click("buttonReceipt");
     QCOMPARE(ids, (QStringList{text("m9"), text("m3"), text("m1"), text("m2")}));
     QCOMPARE(flag, true);
@@ -584,7 +587,8 @@ void TestViewReceipt::keepsMarksAcrossStorages()
     QVERIFY(model()->getMarker(0).isChecked());
     QVERIFY(!model()->getMarker(1).isChecked());
     QStringList ids;
-    connect(view.get(), &ViewReceipt::onReceipt, this, [&ids](Patient&, Record&, QList<Marker>& markers, bool) {
+    const QObject whileHere;
+    connect(view.get(), &ViewReceipt::onReceipt, &whileHere, [&ids](Patient&, Record&, QList<Marker>& markers, bool) {
         for (const Marker& one : qAsConst(markers)) {
             ids.append(one.getId());
         }
@@ -614,7 +618,8 @@ void TestViewReceipt::doublesInTheSavedRecipe()
     tick(0);
     QVERIFY(receiptEnabled());
     int count = 0;
-    connect(view.get(), &ViewReceipt::onReceipt, this,
+    const QObject whileHere;
+    connect(view.get(), &ViewReceipt::onReceipt, &whileHere,
             [&count](Patient&, Record&, QList<Marker>& markers, bool) { count = markers.size(); });
     click("buttonReceipt");
     QCOMPARE(count, 1);
@@ -662,7 +667,8 @@ void TestViewReceipt::receiptNeedsAMarker()
 {
     load();
     bool emitted = false;
-    connect(view.get(), &ViewReceipt::onReceipt, this, [&emitted] { emitted = true; });
+    const QObject whileHere;
+    connect(view.get(), &ViewReceipt::onReceipt, &whileHere, [&emitted] { emitted = true; });
     view->receipt();
     QVERIFY(!emitted);
 }
@@ -919,7 +925,8 @@ void TestViewReceipt::oddSavedRecipes()
     load(reply);
     QCOMPARE(receiptEnabled(), count > 0);
     int found = 0;
-    connect(view.get(), &ViewReceipt::onReceipt, this,
+    const QObject whileHere;
+    connect(view.get(), &ViewReceipt::onReceipt, &whileHere,
             [&found](Patient&, Record&, QList<Marker>& markers, bool) { found = markers.size(); });
     view->receipt();
     QCOMPARE(found, count);

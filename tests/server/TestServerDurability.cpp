@@ -450,7 +450,6 @@ void TestServerDurability::survivesKills()
 
     if (TestDatabase::isPostgres()) {
         // The engine's own look at its indexes, and whether each row is in them.
-        const QString name = QStringLiteral("durability");
         Look look(*m_database);
         const QString database = look.sql(QStringLiteral("SELECT current_database()")).toString();
         QVERIFY(PostgresCluster::instance().administer(QStringLiteral("CREATE EXTENSION amcheck"), database));

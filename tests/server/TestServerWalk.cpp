@@ -1194,7 +1194,6 @@ void TestServerWalk::fields()
     const QByteArray name = ".* /patient: name: (" + texts + ")";
     const QByteArray phone = ".* /patient: phone: " + any;
     const QByteArray notes = ".* /patient: notes: (text with a line|10,000 characters|" + any + ")";
-    const QByteArray device = "POST /patient/device: deviceId: (" + texts + ")";
     const QByteArray ofRecipe = ".* /recipe(/autospectrum)?: deviceId: " + anything;
     const QByteArray ofSound = "POST /recipe: command: " + anything;
     const QVector<Accepted> accepted = {

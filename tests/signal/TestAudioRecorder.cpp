@@ -149,10 +149,10 @@ void TestAudioRecorder::bring(int phase)
 QByteArray TestAudioRecorder::saved()
 {
     QByteArray wav;
-    const auto connection = connect(dialog.get(), &AudioRecorder::onSave, this,
-                                    [&wav](const QByteArray& bytes, const QString&) { wav = bytes; });
+    const QObject whileHere;
+    connect(dialog.get(), &AudioRecorder::onSave, &whileHere,
+            [&wav](const QByteArray& bytes, const QString&) { wav = bytes; });
     dialog->onSaveRecord();
-    disconnect(connection);
     return wav;
 }
 
@@ -458,7 +458,8 @@ void TestAudioRecorder::save()
     QString identity(QStringLiteral("none"));
     int saves = 0;
     int visible = 0;
-    connect(dialog.get(), &AudioRecorder::onSave, this, [&](const QByteArray& wav, const QString& deviceId) {
+    const QObject whileHere;
+    connect(dialog.get(), &AudioRecorder::onSave, &whileHere, [&](const QByteArray& wav, const QString& deviceId) {
         ++saves;
         visible += dialog->isVisible() ? 1 : 0;
         identity = deviceId;

@@ -190,7 +190,9 @@ private slots:
         QSignalSpy rejected(dialog.get(), &QDialog::rejected);
         QSignalSpy accepted(dialog.get(), &QDialog::accepted);
         bool visibleMeanwhile = false;
-        connect(dialog.get(), &DialogAutospectrum::listener, this, [&] { visibleMeanwhile = dialog->isVisible(); });
+        const QObject whileHere;
+        connect(dialog.get(), &DialogAutospectrum::listener, &whileHere,
+                [&] { visibleMeanwhile = dialog->isVisible(); });
         button("buttonConfirm")->click();
         QCOMPARE(listener.count(), 1);
         QCOMPARE(listener.at(0).at(0).toInt(), minutes);

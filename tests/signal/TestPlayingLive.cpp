@@ -395,7 +395,8 @@ void TestPlayingLive::hiddenUntilTheEnd()
     open(sweep(1.5));
     bool visible = true;
     const QSignalSpy finished(dialog.get(), &DialogPlayer::onFinish);
-    connect(dialog.get(), &DialogPlayer::onFinish, dialog.get(), [&] { visible = dialog->isVisible(); });
+    const QObject whileHere;
+    connect(dialog.get(), &DialogPlayer::onFinish, &whileHere, [&] { visible = dialog->isVisible(); });
     dialog->close();
     QVERIFY(!dialog->isVisible());
     QTRY_COMPARE_WITH_TIMEOUT(finished.count(), 1, limit);
@@ -434,7 +435,8 @@ void TestPlayingLive::deletedWhilePlaying()
     int reports = 0;
     for (const bool paused : {false, true}) {
         open(sweep(30.0));
-        connect(dialog.get(), &DialogPlayer::onFinish, this, [&reports] { ++reports; });
+        const QObject whileHere;
+        connect(dialog.get(), &DialogPlayer::onFinish, &whileHere, [&reports] { ++reports; });
         QTRY_COMPARE_WITH_TIMEOUT(dialog->total(), QStringLiteral("00:00:30"), limit);
         if (paused) {
             button(QStringLiteral("buttonPlayPause"))->click();

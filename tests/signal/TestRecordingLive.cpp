@@ -157,7 +157,8 @@ void TestRecordingLive::plug(SoundServer::Sensor* sensor, const QString& product
 QByteArray TestRecordingLive::record()
 {
     QByteArray wav;
-    connect(dialog.get(), &AudioRecorder::onSave, dialog.get(),
+    const QObject whileHere;
+    connect(dialog.get(), &AudioRecorder::onSave, &whileHere,
             [&wav](const QByteArray& bytes, const QString&) { wav = bytes; });
     button(QStringLiteral("buttonStartRecord"))->click();
     if (!QTest::qWaitFor([this] { return isConfirming(); }, limit)) {

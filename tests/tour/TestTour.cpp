@@ -1075,7 +1075,8 @@ void TestTour::changePassword()
 void TestTour::trigger(const QString& action)
 {
     auto* const wanted = window->findChild<QAction*>(action);
-    QVERIFY2(wanted != nullptr && wanted->isEnabled(), qPrintable(action));
+    QVERIFY2(wanted != nullptr, qPrintable(action));
+    QVERIFY2(wanted->isEnabled(), qPrintable(action));
     wanted->trigger();
 }
 
@@ -1261,7 +1262,8 @@ void TestTour::chooseLanguage(const QString& locale)
     QTRY_VERIFY(languages->isVisible());
     picture(QStringLiteral("languages-before-") + locale);
     QAction* const action = languageAction(locale);
-    QVERIFY(action != nullptr && !action->isChecked());
+    QVERIFY(action != nullptr);
+    QVERIFY(!action->isChecked());
     BoxAnswer changed(QMessageBox::Ok);
     QTest::mouseClick(languages, Qt::LeftButton, Qt::NoModifier, languages->actionGeometry(action).center());
     QTRY_VERIFY(changed.used());
