@@ -68,6 +68,9 @@ DialogPlayer::DialogPlayer(QWidget* parent, const QByteArray& bytes, const QStri
     output = new QAudioOutput(device, format);
     connect(output, &QAudioOutput::stateChanged, this, &DialogPlayer::stateChanged);
 
+    if (buffer.isOpen()) {
+        buffer.close(); // GCOVR_EXCL_LINE: a new one is not
+    }
     buffer.open(QIODevice::ReadWrite);
     buffer.write(bytes);
     buffer.seek(0);
