@@ -30,9 +30,9 @@ constexpr int rowHeight = 40;
 constexpr int maximumMinutes = 600;
 /// Beyond it the size fields of a WAV header, which is made from an int, would be wrong.
 constexpr qint64 maximumFile = std::numeric_limits<int>::max();
-/// What is written at a time. Within a file the pieces begin at whole multiples of it: half-filled pages at the seams
-/// of the blocks, which are of any length, would cost more than all the rest.
-constexpr qint64 pieceSize = 1024 * 1024;
+/// What is written at a time. Within a file the pieces begin at whole multiples of it: the seams of the blocks, which
+/// are of any length, would leave half-filled pages. Larger pieces take memory that the system may first have to find.
+constexpr int pieceSize = 32 * 1024;
 
 QByteArray decode(const QJsonValue& block)
 {
@@ -41,14 +41,14 @@ QByteArray decode(const QJsonValue& block)
 
 void writeRepeated(QFile& file, const QByteArray& chunk, int passes)
 {
-    if (chunk.isEmpty() || chunk.size() >= pieceSize) {
-        for (int pass = 0; pass < passes; ++pass) {
-            file.write(chunk);
-        }
+    if (chunk.isEmpty()) {
         return;
     }
     // Long enough for a piece to begin anywhere in the chunk.
-    const QByteArray run = chunk.repeated(static_cast<int>(pieceSize / chunk.size()) + 2);
+    QByteArray run = chunk;
+    while (run.size() < chunk.size() + pieceSize) {
+        run.append(chunk.left(chunk.size() + pieceSize - run.size()));
+    }
     qint64 place = 0;
     for (qint64 left = static_cast<qint64>(chunk.size()) * passes; left > 0;) {
         const qint64 piece = qMin(left, pieceSize - file.pos() % pieceSize);
