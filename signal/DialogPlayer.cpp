@@ -215,10 +215,10 @@ void DialogPlayer::tick()
 
 void DialogPlayer::stateChanged(QAudio::State state)
 {
-    const auto offer = [this](const QString& picture, const QString& name) {
-        ui->buttonPlayPause->setIcon(QIcon(picture));
-        ui->buttonPlayPause->setAccessibleName(name);
-        ui->buttonPlayPause->setToolTip(name);
+    const auto offer = [this](const QString& path, const QString& action) {
+        ui->buttonPlayPause->setIcon(QIcon(path));
+        ui->buttonPlayPause->setAccessibleName(action);
+        ui->buttonPlayPause->setToolTip(action);
     };
     switch (state) {
     case QAudio::IdleState:

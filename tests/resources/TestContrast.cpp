@@ -322,11 +322,12 @@ void TestContrast::modelsAreReadable()
     records.append(Record(QJsonObject{}));
     QTableView symptomsTable;
     auto& symptoms = *new SymptomModel(&symptomsTable);
-    symptoms.fromJSON(
-        {{QStringLiteral("dates"), QJsonObject{{QStringLiteral("r"), QStringLiteral("2024-01-02T03:04:05")}}},
-         {QStringLiteral("rows"),
-          QJsonArray{QJsonObject{{QStringLiteral("id"), 1}}, QJsonObject{{QStringLiteral("id"), 2}},
-                     QJsonObject{{QStringLiteral("id"), 3}}, QJsonObject{{QStringLiteral("id"), 4}}}}});
+    QJsonArray rows;
+    for (int id = 1; id <= 4; ++id) {
+        rows.append(QJsonObject{{QStringLiteral("id"), id}});
+    }
+    const QJsonObject dates{{QStringLiteral("r"), QStringLiteral("2024-01-02T03:04:05")}};
+    symptoms.fromJSON(QJsonObject{{QStringLiteral("dates"), dates}, {QStringLiteral("rows"), rows}});
     SummaryTableModel summary(nullptr);
     summary.fromJson(R"({"columns": ["c"], "rows": [{"title": "a", "values": [-20]}, {"title": "b", "values": [0]},
                          {"title": "c", "values": [20]}]})");
@@ -402,7 +403,7 @@ void TestContrast::chartsAreReadable()
     const ViewComparativeAnalysis view(nullptr, &patient, &records);
     QTRY_VERIFY(view.findChild<LoadingWindow*>() == nullptr);
     const std::unique_ptr<QtCharts::QChart> chart(
-        view.makeChart({{QStringLiteral("a"), QJsonArray{1, 2, 3}}}, QJsonObject()));
+        view.makeChart(QJsonObject{{QStringLiteral("a"), QJsonArray{1, 2, 3}}}, QJsonObject()));
     const QList<QtCharts::QAbstractAxis*> axes = chart->axes();
     QCOMPARE(axes.size(), 2);
     for (const QColor& ground : {QColor(Qt::white), QColor(0xea, 0xef, 0xf2)}) {
