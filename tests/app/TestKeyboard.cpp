@@ -359,7 +359,7 @@ void TestKeyboard::escapeLeavesEveryDialog()
         const QPointer<QWidget> dialog(window);
         QVERIFY(dialog->isVisible());
         QTest::keyClick(dialog->focusWidget() != nullptr ? dialog->focusWidget() : dialog.data(), Qt::Key_Escape);
-        QVERIFY(dialog == nullptr || !dialog->isVisible());
+        QVERIFY(dialog.isNull() || !dialog->isVisible());
     });
 }
 

@@ -441,7 +441,8 @@ void TestSoak::back(int screens)
 void TestSoak::trigger(const char* action) const
 {
     auto* const wanted = window->findChild<QAction*>(QString::fromLatin1(action));
-    QVERIFY2(wanted != nullptr && wanted->isEnabled(), action);
+    QVERIFY2(wanted != nullptr, action);
+    QVERIFY2(wanted->isEnabled(), action);
     wanted->trigger();
 }
 
