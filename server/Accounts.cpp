@@ -13,7 +13,7 @@ namespace server {
 
 namespace {
 
-Practitioner practitionerOf(const QSqlQuery& query, int first = 0)
+Practitioner practitionerOf(const Rows& query, int first = 0)
 {
     Practitioner practitioner;
     practitioner.id = query.value(first).toString();
@@ -242,9 +242,9 @@ std::optional<Accounts::Session> Accounts::replacePassword(const QString& token,
     session.token = Secrets::randomToken();
     {
         Rows query = m_database.run(QStringLiteral("SELECT s.expires_at FROM sessions s "
-                                                        "JOIN practitioners p ON p.id = s.practitioner_id "
-                                                        "WHERE s.token_hash = ? AND p.id = ? AND p.password_hash = ?"),
-                                         {Secrets::tokenHash(token), practitioner.id, oldHash});
+                                                   "JOIN practitioners p ON p.id = s.practitioner_id "
+                                                   "WHERE s.token_hash = ? AND p.id = ? AND p.password_hash = ?"),
+                                    {Secrets::tokenHash(token), practitioner.id, oldHash});
         if (!query.next())
             return std::nullopt;
         session.expiresAt = QDateTime::fromString(query.value(0).toString(), Qt::ISODateWithMs);

@@ -74,7 +74,7 @@ public:
     {
     }
 
-    void append(const QSqlQuery& row)
+    void append(const Rows& row)
     {
         for (int i = 0; i < m_columns; ++i) {
             QVariant value = row.value(i);
@@ -169,7 +169,7 @@ QHash<QString, qint64> copyTables(Database& from, Database& to, const std::atomi
         qint64& count = counts[table];
         read([&] {
             from.read(QStringLiteral("SELECT %1 FROM %2%3").arg(columns.join(QStringLiteral(", ")), table, order),
-                      [&](const QSqlQuery& row) {
+                      [&](const Rows& row) {
                           if (interrupted)
                               throw Refusal{QStringLiteral("interrupted")};
                           write([&] { rows.append(row); });

@@ -200,7 +200,7 @@ Rows Database::run(const QString& statement, const QVariantList& values)
     }
 }
 
-void Database::read(const QString& selection, const std::function<void(const QSqlQuery&)>& row)
+void Database::read(const QString& selection, const std::function<void(const Rows&)>& row)
 {
     const QStringList statements = m_dialect->portions(selection);
     if (statements.size() == 1) {
@@ -213,7 +213,7 @@ void Database::read(const QString& selection, const std::function<void(const QSq
     run(statements.at(2));
 }
 
-int Database::readPortion(const QString& statement, const std::function<void(const QSqlQuery&)>& row)
+int Database::readPortion(const QString& statement, const std::function<void(const Rows&)>& row)
 {
     int count = 0;
     std::optional<DatabaseError> error;

@@ -75,7 +75,7 @@ public:
 
     /// Runs a SELECT without values and hands over row by row, with a few of them in memory at a time. To be called
     /// within a transaction; the row may not use this database.
-    void read(const QString& selection, const std::function<void(const QSqlQuery&)>& row);
+    void read(const QString& selection, const std::function<void(const Rows&)>& row);
 
     /// Does a piece of work, and does it again while it meets with that of others: what it stores has to be in one
     /// transaction or one statement. The result of the work is returned, and what it throws is thrown on.
@@ -129,7 +129,7 @@ private:
     static std::unique_ptr<Database> openOn(std::unique_ptr<Dialect> dialect, bool migrates, QString& error);
 
     /// How many rows there were.
-    int readPortion(const QString& statement, const std::function<void(const QSqlQuery&)>& row);
+    int readPortion(const QString& statement, const std::function<void(const Rows&)>& row);
     QStringList beginning(Transaction::Purpose purpose);
     /// Of the connection of this thread.
     QString connectionName() const;

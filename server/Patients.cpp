@@ -16,7 +16,7 @@ namespace {
 
 using Column = PatientStatements::Column;
 
-Patient patientOf(const QSqlQuery& query)
+Patient patientOf(const Rows& query)
 {
     Patient patient;
     patient.id = query.value(Column::Id).toString();
@@ -52,7 +52,7 @@ QVariantList fieldsOf(const Patient& patient)
 }
 
 /// What was found, in the order of the list: keys and ids sort as texts just as the engines sort their bytes.
-QVector<Patient> ordered(QSqlQuery& found, bool descending)
+QVector<Patient> ordered(Rows& found, bool descending)
 {
     using Row = std::pair<QString, Patient>;
     std::vector<Row> rows;

@@ -23,7 +23,7 @@ QString columns()
                           "EXISTS (SELECT 1 FROM questionnaires q WHERE q.record_id = r.id)");
 }
 
-Record recordOf(const QSqlQuery& query)
+Record recordOf(const Rows& query)
 {
     Record record;
     record.id = query.value(0).toString();
@@ -72,7 +72,7 @@ std::optional<Record> Records::find(const QString& patientId, const QString& id)
 std::optional<QByteArray> Records::wave(const QString& patientId, const QString& id)
 {
     Rows query = m_database.run(selection(QStringLiteral("r.wave")) + QStringLiteral(" AND r.id = ?"),
-                                     {patientId, m_practitionerId, id});
+                                {patientId, m_practitionerId, id});
     if (!query.next())
         return std::nullopt;
     return query.value(0).toByteArray();

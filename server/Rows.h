@@ -12,9 +12,17 @@ namespace server {
 
 /// What a statement gave, before its first row. To be used up on the thread that ran it. At its end the statement,
 /// which the engine has prepared, goes back to where the connection keeps those, for the next one to run it.
-class Rows : public QSqlQuery
+class Rows : private QSqlQuery
 {
 public:
+    // A copy of the base would be without its rows as soon as these end.
+    using QSqlQuery::isNull;
+    using QSqlQuery::lastError;
+    using QSqlQuery::next;
+    using QSqlQuery::numRowsAffected;
+    using QSqlQuery::record;
+    using QSqlQuery::value;
+
     /// The prepared statements of a connection that nobody uses at the moment, by their texts.
     class Idle
     {

@@ -39,7 +39,7 @@ QVector<Reference> allReferences()
     // What is derived from them differs between the engines.
     const QStringList tables = server::Migrations::keptTables() + server::Migrations::loginTables();
     for (const QString& table : tables) {
-        QSqlQuery query =
+        server::Rows query =
             fresh->run(QStringLiteral("SELECT \"from\", \"table\", \"to\" FROM pragma_foreign_key_list(?)"), {table});
         while (query.next())
             all.append({table, query.value(0).toString(), query.value(1).toString(), query.value(2).toString()});
