@@ -43,6 +43,14 @@ ViewAnalysis::ViewAnalysis(QWidget* parent, Patient* analysisPatient, QList<Reco
 {
     ui->setupUi(this);
     ui->labelSeparator->setPixmap(picture(QStringLiteral(":/images/separator.png")));
+    // The form cannot name the bar. The tab widget, which would hand the focus on to it, would be a second stop.
+    ui->tabWidget->setFocusPolicy(Qt::NoFocus);
+    const QList<QWidget*> order{ui->buttonBack,         ui->tabWidget->tabBar(), ui->summaryTableView,
+                                ui->comboBoxCategories, ui->comboBoxStorages,    ui->buttonAnalyse,
+                                ui->analysisTableView};
+    for (int i = 1; i < order.size(); ++i) {
+        setTabOrder(order.at(i - 1), order.at(i));
+    }
     // On the bar alone: the tab widget would hand a font down to the tables.
     QFont tabFont = ui->tabWidget->tabBar()->font();
     tabFont.setPointSize(15);

@@ -181,6 +181,8 @@ void Stations::visit(const QString& name, const std::function<void(QWidget*)>& l
 {
     if (screens().contains(name)) {
         openScreen(name);
+        // A box of the screen before may have been the active window until just now.
+        QVERIFY(QTest::qWaitForWindowActive(main.get()));
         look(main.get());
         main->showPatientsList();
         QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
@@ -293,7 +295,7 @@ void Stations::runBox(const QString& name, const std::function<void(QWidget*)>& 
     ModalAnswer seen([](QWidget* widget) { return widget->isWindow(); },
                      [&look](QWidget* box) {
                          const QPointer<QWidget> alive(box);
-                         QTest::qWaitForWindowActive(box);
+                         QVERIFY(QTest::qWaitForWindowActive(box));
                          look(box);
                          if (alive != nullptr) {
                              alive->close();

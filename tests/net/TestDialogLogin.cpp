@@ -8,6 +8,7 @@
 #include "tests/support/ModalAnswer.h"
 
 #include <QApplication>
+#include <QEvent>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPointer>
@@ -19,6 +20,33 @@
 
 #include <functional>
 #include <memory>
+#include <utility>
+
+namespace {
+
+/// Looks at something as each message box appears.
+class BoxWatch : public QObject
+{
+public:
+    explicit BoxWatch(std::function<void()> newLook)
+        : look(std::move(newLook))
+    {
+        qApp->installEventFilter(this);
+    }
+
+    bool eventFilter(QObject* watched, QEvent* event) override
+    {
+        if (event->type() == QEvent::Show && qobject_cast<QMessageBox*>(watched) != nullptr) {
+            look();
+        }
+        return false;
+    }
+
+private:
+    std::function<void()> look;
+};
+
+} // namespace
 
 class TestDialogLogin : public QObject
 {
@@ -306,15 +334,9 @@ void TestDialogLogin::showsWhatTheServerSays()
     server->expect("POST", "/auth/login", body, status);
     bool enabledUnderTheBox = true;
     BoxAnswer box(QMessageBox::Ok);
+    const BoxWatch watch([&] { enabledUnderTheBox = button()->isEnabled(); });
     dialog->show();
     fillIn();
-    QTimer watcher;
-    connect(&watcher, &QTimer::timeout, this, [&] {
-        if (qobject_cast<QMessageBox*>(QApplication::activeModalWidget()) != nullptr) {
-            enabledUnderTheBox = button()->isEnabled();
-        }
-    });
-    watcher.start(1);
     confirm();
     QVERIFY(!button()->isEnabled());
     QTRY_VERIFY(box.used());
