@@ -243,9 +243,9 @@ private:
         int still = 0;
         return QTest::qWaitFor([&still, widget] {
             QTest::qWait(20);
-            // A window manager that is busy may give the focus to nobody after a menu.
-            if (QApplication::activeWindow() == nullptr) {
-                widget->window()->activateWindow();
+            // A display that is busy may leave the focus with a menu that has closed.
+            if (QApplication::activeWindow() != widget->window()) {
+                QApplication::setActiveWindow(widget->window());
             }
             still = QApplication::focusWidget() == widget ? still + 1 : 0;
             return still >= 5;
