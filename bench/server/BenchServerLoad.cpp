@@ -57,6 +57,7 @@ struct Settings
     double seconds = 1;
     QRegularExpression only;
     bool plans = false;
+    bool waits = false;
 };
 
 /// One who is logged in.
@@ -195,6 +196,11 @@ bool Bench::runOn(bool postgres, int patients)
     m_dialect = Dialect::of(*DatabaseAddress::parse(m_stage->address()));
     if (!logIn() || !findRecords())
         return false;
+    if (m_settings.waits) {
+        tell(QStringLiteral("filled; waiting for a line"));
+        while (std::getchar() != '\n' && std::feof(stdin) == 0) {
+        }
+    }
 
     print(QStringLiteral("### %1, %2 patients\n").arg(engine, QLocale(QLocale::English).toString(patients)));
     print(QStringLiteral("Filled in %1 s, %2 MB.\n")
@@ -560,7 +566,10 @@ std::optional<Settings> settings(const QStringList& arguments)
     const QCommandLineOption only(QStringLiteral("only"), QStringLiteral("Operations whose names match this."),
                                   QStringLiteral("PATTERN"), QString());
     const QCommandLineOption plans(QStringLiteral("plans"), QStringLiteral("Shows the engines' plans of pages too."));
-    parser.addOptions({folder, engines, sizes, clients, seconds, only, plans});
+    const QCommandLineOption waits(QStringLiteral("wait"),
+                                   QStringLiteral("Waits for a line on standard input once a database is filled, so "
+                                                  "that whatever else the machine does can end first."));
+    parser.addOptions({folder, engines, sizes, clients, seconds, only, plans, waits});
     parser.process(arguments);
 
     Settings read;
@@ -571,6 +580,7 @@ std::optional<Settings> settings(const QStringList& arguments)
     read.seconds = parser.value(seconds).toDouble(&sound);
     read.only.setPattern(parser.value(only));
     read.plans = parser.isSet(plans);
+    read.waits = parser.isSet(waits);
     const QStringList names = parser.value(engines).split(QLatin1Char(','));
     for (const QString& name : names) {
         if (name != QLatin1String("sqlite") && name != QLatin1String("postgresql"))

@@ -25,8 +25,8 @@ constexpr int patience = 60000;
 constexpr int noLimit = -1;
 /// Scripts that pgbench takes at once.
 constexpr int maxScripts = 100;
-/// Of each client of pgbench, in what would be a second.
-constexpr int fewTransactions = 500;
+/// Of all clients of pgbench together, in what would be a second.
+constexpr int fewTransactions = 2000;
 const auto role = QLatin1String("quelmar");
 
 /// The statement with its values in it, as the tools take it: in one line.
@@ -284,7 +284,7 @@ double Stage::rateOfPgbench(const QVector<QVector<server::Statement>>& groups, i
             QString::number(clients), QStringLiteral("-j"), QString::number(std::min(clients, 2))};
     // It counts whole seconds only.
     if (seconds < 1)
-        arguments << QStringLiteral("-t") << QString::number(int(seconds * fewTransactions) + 1);
+        arguments << QStringLiteral("-t") << QString::number(int(seconds * fewTransactions) / clients + 5);
     else
         arguments << QStringLiteral("-T") << QString::number(int(seconds + 0.5));
     for (int i = 0; i < std::min(int(groups.size()), maxScripts); ++i) {
