@@ -44,6 +44,7 @@ constexpr int pageSize = 20;
 /// Practitioners who are logged in: enough that no practitioner's pages are all that a cache has to hold.
 constexpr int maxSessions = 40;
 constexpr int recipeMarkers = 30;
+constexpr int warmingClients = 16;
 /// No reply is a yardstick for one that is so much longer.
 constexpr double alike = 1.2;
 constexpr int maxPath = 60;
@@ -76,6 +77,7 @@ struct Operation
     QVector<QVector<Statement>> statements; ///< of each request; none if they are not what it takes its time for
     QString before;                         ///< statements for the tool, before each run
     bool once = false;                      ///< no request may be repeated in a run
+    bool warms = false;                     ///< what each request leaves behind is there before a run
 };
 
 void print(const QString& line)
@@ -213,6 +215,8 @@ bool Bench::runOn(bool postgres, int patients)
     }
     print(head + QLatin1Char('\n') + rule);
     const QVector<Operation> all = operations();
+    // Each of the server's threads has its connection to the database before anything is measured.
+    Load(m_stage->port(), all.first().requests).run(warmingClients, 1);
     for (const Operation& operation : all) {
         if (!m_settings.only.match(operation.name).hasMatch())
             continue;
@@ -334,6 +338,7 @@ Operation Bench::analysis(bool cold)
     Operation made;
     made.name = cold ? QStringLiteral("marker analysis, cold") : QStringLiteral("marker analysis, warm");
     made.once = cold;
+    made.warms = !cold;
     if (cold)
         made.before = QStringLiteral("DELETE FROM analyses;");
     // The records of one after those of another, as the cold ones are used up.
@@ -432,6 +437,8 @@ bool Bench::measure(const Operation& operation, QStringList& row)
         if (operation.once) {
             result = load.runOnce(clients, m_settings.seconds);
         } else {
+            if (operation.warms && !load.fetch([](int, int, const QByteArray&) {}))
+                return false;
             load.run(clients, m_settings.seconds / 5);
             result = load.run(clients, m_settings.seconds);
         }
