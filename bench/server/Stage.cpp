@@ -240,16 +240,28 @@ double Stage::rate(const QVector<QVector<server::Statement>>& groups, int client
 
 double Stage::rateOfShells(const QVector<QVector<server::Statement>>& groups, int shells, double seconds)
 {
-    // A shell measures nothing by itself: how many groups fill the time is found out first, and what it takes to start
-    // is left out.
+    // A shell measures nothing by itself: it gets more and more groups until they fill most of the time. What it takes to
+    // start is left out, and must be little beside that.
     constexpr int few = 40;
-    const double start = runShells(groups, shells, 0);
-    const double tried = runShells(groups, shells, few) - start;
-    if (start < 0 || tried + start < 0)
-        return 0;
-    const int count = std::clamp(int(few * seconds / std::max(tried, 1e-4)), few, 1000000);
-    const double took = runShells(groups, shells, count) - start;
-    return took > 0 ? shells * count / took : 0;
+    constexpr int most = 1000000;
+    double start = seconds;
+    for (int attempt = 0; attempt < 3; ++attempt) {
+        const double took = runShells(groups, shells, 0);
+        if (took < 0)
+            return 0;
+        start = std::min(start, took);
+    }
+    const double wanted = std::max(seconds * 0.8, 2 * start);
+    for (int count = few;;) {
+        const double took = runShells(groups, shells, count) - start;
+        if (took + start < 0)
+            return 0;
+        if (took >= wanted || count == most)
+            return took > 0 ? shells * count / took : 0;
+        // One that seemed to take no time at all was disturbed.
+        const double fitting = std::max(count * seconds / std::max(took, 1e-4), 2.0 * count);
+        count = int(std::min(fitting, double(most)));
+    }
 }
 
 double Stage::runShells(const QVector<QVector<server::Statement>>& groups, int shells, int count)
