@@ -8,11 +8,10 @@
 
 class LoopbackServer;
 class MainWindow;
-class QProcess;
 class QWidget;
 
 /// Every screen, dialog and box of the program, filled, in the real window behind a login. The server's address has to
-/// be free, and there has to be a display.
+/// be free, and there has to be a display with a window manager.
 class Stations
 {
 public:
@@ -40,7 +39,6 @@ private:
     QWidget* makeDialog(const QString& name);
     void runBox(const QString& name, const std::function<void(QWidget*)>& look);
 
-    std::unique_ptr<QProcess> windowManager;
     std::unique_ptr<LoopbackServer> replies;
     std::unique_ptr<MainWindow> main;
 };

@@ -571,8 +571,6 @@ void TestPackages::use(const QStringList& serverCommand, const QStringList& clie
 {
     Processes processes;
     const QString work = folder.path();
-    processes.start({QStringLiteral("openbox")}, QProcessEnvironment::systemEnvironment(), work);
-
     QProcess& serving = processes.start(serverCommand, environment, work);
     QByteArray said;
     while (!said.contains("listening on " QUELMAR_API_URL) && serving.waitForReadyRead(patience)) {

@@ -10,10 +10,8 @@
 #include <QHeaderView>
 #include <QLineEdit>
 #include <QPlainTextEdit>
-#include <QProcess>
 #include <QScreen>
 #include <QSortFilterProxyModel>
-#include <QStandardPaths>
 #include <QTableView>
 #include <QTest>
 #include <QTimer>
@@ -32,7 +30,6 @@ private slots:
     void initTestCase();
     void init();
     void cleanup();
-    void cleanupTestCase();
 
     void pointsAtTheCell();
     void takesNoFocus();
@@ -54,7 +51,6 @@ private:
     }
 
     std::unique_ptr<MessageGuard> guard;
-    QProcess windowManager;
     std::unique_ptr<QWidget> window;
     QLineEdit* field = nullptr;
     QTableView* table = nullptr;
@@ -67,21 +63,6 @@ private:
 void TestReceiptPopupOnScreen::initTestCase()
 {
     guard = std::make_unique<MessageGuard>();
-    const QString program = QStandardPaths::findExecutable(QStringLiteral("openbox"));
-    QVERIFY2(!program.isEmpty(), "This test needs the window manager openbox");
-    windowManager.setProcessChannelMode(QProcess::MergedChannels);
-    windowManager.start(program, {QStringLiteral("--sm-disable")});
-    QVERIFY(windowManager.waitForStarted());
-    // It manages windows once it can make one active.
-    QWidget probe;
-    for (int attempt = 0; attempt < 50 && !probe.isActiveWindow(); ++attempt) {
-        probe.hide();
-        probe.show();
-        probe.activateWindow();
-        QTest::qWait(200);
-    }
-    QVERIFY(probe.isActiveWindow());
-
     QJsonArray array;
     for (int i = 1; i <= 4; ++i) {
         array.append(marker(QStringLiteral("m%1").arg(i), QStringLiteral("Marker %1").arg(i), 10 * i, i,
@@ -129,12 +110,6 @@ void TestReceiptPopupOnScreen::cleanup()
 {
     window.reset();
     guard->verify();
-}
-
-void TestReceiptPopupOnScreen::cleanupTestCase()
-{
-    windowManager.terminate();
-    QVERIFY(windowManager.waitForFinished());
 }
 
 void TestReceiptPopupOnScreen::pointsAtTheCell()

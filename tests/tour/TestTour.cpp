@@ -240,7 +240,6 @@ private:
     std::unique_ptr<SoundServer> sound;
     SoundServer::Sensor sensor;
     BoundProcess server;
-    BoundProcess windowManager;
     BoundProcess compositor;
     std::unique_ptr<MainWindow> window;
     QString patientName = QString::fromUtf8("Zoë Tourist");
@@ -264,8 +263,6 @@ void TestTour::initTestCase()
     // The log and whatever else goes into the working directory stay out of the way.
     QVERIFY(QDir::setCurrent(temporary->path()));
 
-    windowManager.start(QStringLiteral("openbox"), QStringList());
-    QVERIFY2(windowManager.waitForStarted(), "openbox is needed for maximised windows");
     compositor.start(QStringLiteral("xcompmgr"), QStringList());
     QVERIFY2(compositor.waitForStarted(), "xcompmgr is needed for translucent windows");
 
@@ -302,10 +299,8 @@ void TestTour::cleanupTestCase()
         QCOMPARE(server.exitCode(), 0);
     }
     sound.reset();
-    for (QProcess* process : {&compositor, &windowManager}) {
-        process->kill();
-        process->waitForFinished();
-    }
+    compositor.kill();
+    compositor.waitForFinished();
     guard.reset();
 }
 
