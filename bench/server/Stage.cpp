@@ -240,8 +240,8 @@ double Stage::rate(const QVector<QVector<server::Statement>>& groups, int client
 
 double Stage::rateOfShells(const QVector<QVector<server::Statement>>& groups, int shells, double seconds)
 {
-    // A shell measures nothing by itself: it gets more and more groups until they fill most of the time. What it takes to
-    // start is left out, and must be little beside that.
+    // A shell measures nothing by itself: it gets more and more groups until they fill most of the time. What it takes
+    // to start is left out, and must be little beside that.
     constexpr int few = 40;
     constexpr int most = 1000000;
     double start = seconds;
