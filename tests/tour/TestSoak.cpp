@@ -66,6 +66,8 @@ constexpr int deleteColumn = 6;
 constexpr int keptConnections = 6;
 /// A thread pool's threads come when there is something to do, and end after half a minute.
 constexpr int pooledThreads = 4;
+/// What Qt makes once, at any time, of widgets, objects and so on. One a round is more.
+constexpr int lateComers = 5;
 /// In bytes of the heap a round. Each deletion of a patient leaves a connection of a hundred bytes behind, by rule.
 constexpr qint64 heapBound = 1024;
 /// In bytes a round, over that of the heap: what the allocator and the sound client cannot give back.
@@ -262,7 +264,7 @@ private:
     BoundProcess server;
     std::unique_ptr<MainWindow> window;
     const QString patientName = QStringLiteral("Soak Walker");
-    int rounds = 4;
+    int rounds = 5;
     int reference = 2;
 };
 
@@ -371,10 +373,15 @@ void TestSoak::soak(const QString& title, const std::vector<Station>& stations)
         << " bytes of resident memory; " << difference(tenth, last) << '\n';
     out.flush();
 
-    QCOMPARE(last.widgets, tenth.widgets);
-    QCOMPARE(last.timers, tenth.timers);
-    QCOMPARE(last.objects, tenth.objects);
-    QCOMPARE(last.handles - last.connections, tenth.handles - tenth.connections);
+    const int late = qMin(rounds - reference - 1, lateComers);
+    const auto levelsOff = [late](const char* what, int before, int after) {
+        QVERIFY2(after - before <= late,
+                 qPrintable(QStringLiteral("%1: %2, then %3").arg(QString::fromLatin1(what)).arg(before).arg(after)));
+    };
+    levelsOff("widgets", tenth.widgets, last.widgets);
+    levelsOff("timers", tenth.timers, last.timers);
+    levelsOff("objects", tenth.objects, last.objects);
+    levelsOff("handles", tenth.handles - tenth.connections, last.handles - last.connections);
     QVERIFY2(last.connections <= keptConnections, qPrintable(QString::number(last.connections)));
     QVERIFY2(last.threads <= tenth.threads + pooledThreads, qPrintable(QString::number(last.threads)));
 #ifndef __SANITIZE_ADDRESS__
@@ -791,6 +798,8 @@ int main(int argc, char* argv[])
     QCoreApplication::setAttribute(Qt::AA_DontUseNativeDialogs);
     QApplication app(argc, argv);
     init(app);
+    // Made whenever a popup first asks for it, with a window for each screen.
+    QApplication::desktop();
     QApplication::setQuitOnLastWindowClosed(false);
     TestSoak test;
     return QTest::qExec(&test, argc, argv);
