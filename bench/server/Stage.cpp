@@ -15,8 +15,6 @@
 #include <thread>
 #include <vector>
 
-#include <signal.h>
-
 namespace bench {
 
 namespace {
@@ -136,7 +134,7 @@ Stage::~Stage()
 QString Stage::start(int patients)
 {
     if (m_postgres) {
-        const QString error = startCluster();
+        QString error = startCluster();
         if (!error.isEmpty())
             return error;
     } else {
@@ -298,7 +296,7 @@ double Stage::rateOfPgbench(const QVector<QVector<server::Statement>>& groups, i
     if (seconds < 1)
         arguments << QStringLiteral("-t") << QString::number(int(seconds * fewTransactions) / clients + 5);
     else
-        arguments << QStringLiteral("-T") << QString::number(int(seconds + 0.5));
+        arguments << QStringLiteral("-T") << QString::number(qRound(seconds));
     for (int i = 0; i < std::min(int(groups.size()), maxScripts); ++i) {
         const QString path = m_folder + QStringLiteral("/script%1.sql").arg(i);
         if (!store(path, written(groups.at(i))))
