@@ -132,10 +132,10 @@ Reply Api::changeLocale(const Call& call)
 Reply Api::tellUpdates(const Call& call)
 {
     const std::optional<QByteArray> text = FormBody(call.request.query).bytes("version");
-    const std::optional<QVersionNumber> version = text ? Version::parse(*text) : std::nullopt;
+    const std::optional<QVector<int>> version = text ? Version::parse(*text) : std::nullopt;
     if (!version)
         throw Failure(400, Messages::BadQuery, QStringLiteral("version"));
-    return Wire::json(QJsonObject{{QStringLiteral("update"), Version::own() > *version}});
+    return Wire::json(QJsonObject{{QStringLiteral("update"), Version::isOutdated(*version)}});
 }
 
 } // namespace server

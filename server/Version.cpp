@@ -2,7 +2,6 @@
 #include "server/Version.h"
 
 #include <QList>
-#include <QVector>
 
 #include <algorithm>
 
@@ -16,7 +15,7 @@ constexpr int maxDigits = 9;
 
 } // namespace
 
-std::optional<QVersionNumber> Version::parse(const QByteArray& text)
+std::optional<QVector<int>> Version::parse(const QByteArray& text)
 {
     const QList<QByteArray> fields = text.split('.');
     if (fields.size() > maxNumbers)
@@ -28,12 +27,15 @@ std::optional<QVersionNumber> Version::parse(const QByteArray& text)
             return std::nullopt;
         numbers.append(field.toInt());
     }
-    return QVersionNumber(numbers).normalized();
+    while (!numbers.isEmpty() && numbers.last() == 0)
+        numbers.removeLast();
+    return numbers;
 }
 
-QVersionNumber Version::own()
+bool Version::isOutdated(const QVector<int>& version)
 {
-    return parse(QByteArrayLiteral(QUELMAR_VERSION)).value_or(QVersionNumber());
+    const QVector<int> own = parse(QByteArrayLiteral(QUELMAR_VERSION)).value_or(QVector<int>());
+    return std::lexicographical_compare(version.begin(), version.end(), own.begin(), own.end());
 }
 
 } // namespace server

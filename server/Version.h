@@ -2,7 +2,7 @@
 #pragma once
 
 #include <QByteArray>
-#include <QVersionNumber>
+#include <QVector>
 
 #include <optional>
 
@@ -15,10 +15,11 @@ class Version
 public:
     Version() = delete;
 
-    /// Nothing unless the text is one to eight numbers of at most nine digits each, with single points between them.
-    static std::optional<QVersionNumber> parse(const QByteArray& text);
-    /// That of this server.
-    static QVersionNumber own();
+    /// The numbers, without zeros at the end. Nothing unless the text is one to eight numbers of at most nine digits
+    /// each, with single points between them.
+    static std::optional<QVector<int>> parse(const QByteArray& text);
+    /// Whether this server's own is newer.
+    static bool isOutdated(const QVector<int>& version);
 };
 
 } // namespace server
