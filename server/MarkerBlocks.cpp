@@ -23,7 +23,7 @@ ReplyEncoding::Part MarkerBlocks::of(const Catalogue::Marker& marker)
         }
     }
     // Others are not kept waiting meanwhile; if two make the same one, they make the same bytes.
-    const ReplyEncoding::Part part = ReplyEncoding::block(Synthesis::block(marker.frequencies));
+    ReplyEncoding::Part part = ReplyEncoding::block(Synthesis::block(marker.frequencies));
     if (!part.deflated.isEmpty()) {
         const QMutexLocker locker(&m_mutex);
         m_made.insert(marker.id, part);
