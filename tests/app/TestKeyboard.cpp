@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "app/MainWindow.h"
+#include "app/TableKeys.h"
 #include "app/init.h"
 #include "model/PatientManager.h"
 #include "patients/QPagination.h"
@@ -30,6 +31,7 @@
 #include <QScrollBar>
 #include <QSet>
 #include <QSignalSpy>
+#include <QStandardItemModel>
 #include <QStatusBar>
 #include <QTabBar>
 #include <QTableView>
@@ -215,6 +217,7 @@ private slots:
     void recipeIsOrdered();
     void menuIsOpened();
     void focusGoesWithTheScreens();
+    void headerKeepsToTheColumnsThatShow();
 
 private:
     QTableView* table() const { return stations->screen()->findChild<QTableView*>(QStringLiteral("tableView")); }
@@ -807,6 +810,41 @@ void TestKeyboard::focusGoesWithTheScreens()
         QVERIFY(inside());
         QCOMPARE(window->focusWidget(), static_cast<QWidget*>(table()));
     });
+}
+
+void TestKeyboard::headerKeepsToTheColumnsThatShow()
+{
+    QStandardItemModel model(2, 3);
+    QTableView plain;
+    plain.setModel(&model);
+    plain.setSortingEnabled(true);
+    plain.resize(400, 200);
+    new TableKeys(&plain);
+    plain.show();
+    plain.activateWindow();
+    QVERIFY(QTest::qWaitForWindowActive(&plain));
+    QHeaderView* const header = plain.horizontalHeader();
+    const auto* const mark = header->viewport()->findChild<QFrame*>(QStringLiteral("headerFocus"));
+    QVERIFY(mark != nullptr);
+    header->setFocus(Qt::TabFocusReason);
+    QTest::keyClick(header, Qt::Key_End);
+    QCOMPARE(mark->geometry().left(), header->sectionViewportPosition(2));
+
+    // The column goes while the header is left alone: the first one that shows takes its place.
+    plain.setFocus(Qt::TabFocusReason);
+    plain.setColumnHidden(0, true);
+    plain.setColumnHidden(2, true);
+    header->setFocus(Qt::TabFocusReason);
+    QCOMPARE(mark->geometry().left(), header->sectionViewportPosition(1));
+    const QSignalSpy clicked(header, &QHeaderView::sectionClicked);
+    QTest::keyClick(header, Qt::Key_Space);
+    QCOMPARE(clicked.count(), 1);
+    QCOMPARE(clicked.first().first().toInt(), 1);
+
+    // Nothing is clicked where there is no column.
+    model.setColumnCount(0);
+    QTest::keyClick(header, Qt::Key_Space);
+    QCOMPARE(clicked.count(), 1);
 }
 
 int main(int argc, char* argv[])
