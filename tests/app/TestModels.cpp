@@ -61,7 +61,7 @@ public:
 QString shown(const QModelIndex& index)
 {
     const QVariant mark = index.data(Qt::CheckStateRole);
-    const QString text = index.data().toString().trimmed();
+    QString text = index.data().toString().trimmed();
     if (!mark.isValid()) {
         return text;
     }
