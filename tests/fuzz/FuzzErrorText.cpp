@@ -59,7 +59,7 @@ extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, size_t size)
         require(words.isEmpty(), "without message and errors there are no words");
     } else {
         QString rest = words;
-        for (const QJsonValue& element : errors.toArray()) {
+        for (const auto& element : errors.toArray()) {
             // To look a key up in an object fails in Qt 5.15 where keys are beyond the basic plane.
             QMap<QString, QJsonValue> members;
             const QJsonObject object = element.toObject();

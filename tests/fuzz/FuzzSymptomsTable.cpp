@@ -15,7 +15,7 @@ namespace {
 void requireFinite(const QJsonObject& grid)
 {
     for (const QJsonValue& column : grid) {
-        for (const QJsonValue& intensity : column.toObject()) {
+        for (const auto& intensity : column.toObject()) {
             require(intensity.isDouble() && std::isfinite(intensity.toDouble()), "an intensity is a number");
         }
     }

@@ -42,7 +42,7 @@ class WatchingTranslator : public QTranslator
 public:
     QString translate(const char* context, const char* text, const char* comment, int n) const override
     {
-        const QString translation = QTranslator::translate(context, text, comment, n);
+        QString translation = QTranslator::translate(context, text, comment, n);
         // Qt asks a second time without the comment; only that answer counts.
         if (translation.isEmpty() && (comment == nullptr || *comment == '\0')) {
             missed.insert(QString::fromUtf8(context) + QLatin1Char('/') + QString::fromUtf8(text));
