@@ -203,7 +203,7 @@ void TestContrast::initTestCase()
 
 QString TestContrast::textColour(const QString& selector) const
 {
-    const QString own = value(selector, QStringLiteral("color"));
+    QString own = value(selector, QStringLiteral("color"));
     if (!own.isEmpty()) {
         return own;
     }

@@ -4,9 +4,8 @@
 #include <QElapsedTimer>
 #include <QRegularExpression>
 
+#include <csignal>
 #include <utility>
-
-#include <signal.h>
 
 namespace {
 

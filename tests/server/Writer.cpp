@@ -194,7 +194,7 @@ void Writer::createPatient(ApiClient& client)
 void Writer::changePatient(ApiClient& client)
 {
     const QStringList patients = idsOf(QStringLiteral("patient"));
-    const QString id = patients.at(number(patients.size()));
+    const QString& id = patients.at(number(patients.size()));
     const QString name = QStringLiteral("C") + text(20);
     const QString phone = QString::number(number(1000000));
     const QString notes = QStringLiteral("M") + text(200 + number(2000));
@@ -212,7 +212,7 @@ void Writer::changePatient(ApiClient& client)
 void Writer::upload(ApiClient& client)
 {
     const QStringList patients = idsOf(QStringLiteral("patient"));
-    const QString patient = patients.at(number(patients.size()));
+    const QString& patient = patients.at(number(patients.size()));
     const QString sensor = QStringLiteral("S%1").arg(number(1000000));
     QByteArray wave = testWaveHeader(samples);
     for (int i = 0; i < samples; ++i)
@@ -224,7 +224,7 @@ void Writer::upload(ApiClient& client)
 void Writer::saveRecipe(ApiClient& client)
 {
     const QStringList records = idsOf(QStringLiteral("record"));
-    const QString id = records.at(number(records.size()));
+    const QString& id = records.at(number(records.size()));
     const int duration = number(1440);
     QStringList markers;
     const int count = 1 + number(30);
@@ -271,7 +271,7 @@ void Writer::saveQuestionnaires(ApiClient& client)
 void Writer::removeRecord(ApiClient& client)
 {
     const QStringList records = idsOf(QStringLiteral("record"));
-    const QString id = records.at(number(records.size()));
+    const QString& id = records.at(number(records.size()));
     begin({{key("record", id), QString()}, {key("recipe", id), QString()}, {key("questionnaire", id), QString()}});
     done(QStringLiteral("removal"), client.remove(QStringLiteral("/record/%1/%2").arg(patientOf(id), id)));
 }
@@ -311,7 +311,7 @@ QStringList Writer::askedOf(const QString& url)
     const ApiClient::Answer listed = client.get(QStringLiteral("/patient"));
     if (listed.status != 200)
         return {QStringLiteral("the list of patients of %1 is answered with %2").arg(m_name).arg(listed.status)};
-    for (const QJsonValue& value : listed.object().value(QStringLiteral("data")).toArray()) {
+    for (const auto& value : listed.object().value(QStringLiteral("data")).toArray()) {
         const QJsonObject patient = value.toObject();
         found.insert(key("patient", textOf(patient, "id")),
                      patientText(textOf(patient, "name"), textOf(patient, "birthDate").left(10),
@@ -330,7 +330,7 @@ QStringList Writer::askedOf(const QString& url)
     }
     for (auto entry = records.begin(); entry != records.end(); ++entry) {
         QSet<QString> there;
-        for (const QJsonValue& value : client.get(QStringLiteral("/record/") + entry.key()).array())
+        for (const auto& value : client.get(QStringLiteral("/record/") + entry.key()).array())
             there.insert(textOf(value.toObject(), "id"));
         QSet<QString> expected;
         for (const QString& id : idsOf(QStringLiteral("record"))) {
@@ -351,7 +351,7 @@ QStringList Writer::askedOf(const QString& url)
                                     .toArray();
         for (const QString& id : qAsConst(entry.value())) {
             QStringList markers;
-            for (const QJsonValue& value : client.get(QStringLiteral("/recipe/%1/%2").arg(entry.key(), id)).array())
+            for (const auto& value : client.get(QStringLiteral("/recipe/%1/%2").arg(entry.key(), id)).array())
                 markers.append(textOf(value.toObject(), "id"));
             const QString recipe = m_state.value(key("recipe", id)).section(QLatin1Char('|'), 1);
             if (markers.join(QLatin1Char(',')) != recipe)

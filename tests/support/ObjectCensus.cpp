@@ -51,8 +51,11 @@ void leave(QObject* object)
 
 void ObjectCensus::start()
 {
+    // Qt's table of hooks holds numbers.
+    // NOLINTBEGIN(performance-no-int-to-ptr)
     nextAdd = reinterpret_cast<QHooks::AddQObjectCallback>(qtHookData[QHooks::AddQObject]);
     nextRemove = reinterpret_cast<QHooks::RemoveQObjectCallback>(qtHookData[QHooks::RemoveQObject]);
+    // NOLINTEND(performance-no-int-to-ptr)
     qtHookData[QHooks::AddQObject] = reinterpret_cast<quintptr>(&enter);
     qtHookData[QHooks::RemoveQObject] = reinterpret_cast<quintptr>(&leave);
 }

@@ -412,7 +412,8 @@ double SoundServer::dominantFrequency(const QByteArray& samples)
     const auto strongest = [&power](const QByteArray& part, double from, double to, double step) {
         double best = from;
         double bestPower = -1.0;
-        for (double hertz = from; hertz <= to; hertz += step) {
+        for (int i = 0; from + i * step <= to; ++i) {
+            const double hertz = from + i * step;
             const double found = power(part, hertz);
             if (found > bestPower) {
                 bestPower = found;

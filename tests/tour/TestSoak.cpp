@@ -149,7 +149,7 @@ Holding holding()
     now.handles =
         QDir(QStringLiteral("/proc/self/fd")).entryList(QDir::AllEntries | QDir::System | QDir::NoDotAndDotDot).size();
     const struct mallinfo2 heap = mallinfo2();
-    now.heap = static_cast<qint64>(heap.uordblks + heap.hblkhd);
+    now.heap = static_cast<qint64>(heap.uordblks) + static_cast<qint64>(heap.hblkhd);
     return now;
 }
 
