@@ -3,6 +3,8 @@
 
 #include <QtEndian>
 
+#include <array>
+
 #include <zlib.h>
 
 namespace server {
@@ -13,9 +15,9 @@ constexpr int rawWindow = -15;
 constexpr int defaultMemory = 8;
 
 /// All that comes before the first part (RFC 1952): deflated, with no name, time or system told.
-const QByteArray gzipHead("\x1f\x8b\x08\0\0\0\0\0\0\xff", 10);
+constexpr std::array<char, 10> gzipHead = {'\x1f', '\x8b', '\x08', 0, 0, 0, 0, 0, 0, '\xff'};
 /// An empty last block (RFC 1951) for what follows the parts.
-const QByteArray lastBlock("\x03\0", 2);
+constexpr std::array<char, 2> lastBlock = {'\x03', 0};
 
 ReplyEncoding::Part part(const QByteArray& text)
 {
@@ -57,7 +59,7 @@ QByteArray gzip(const QVector<ReplyEncoding::Part>& parts)
 {
     quint32 checkSum = 0;
     qint64 length = 0;
-    int size = gzipHead.size() + lastBlock.size() + 2 * int(sizeof(quint32));
+    int size = int(gzipHead.size() + lastBlock.size() + 2 * sizeof(quint32));
     for (const ReplyEncoding::Part& one : parts) {
         if (one.deflated.isEmpty()) {
             return QByteArray();
@@ -66,13 +68,13 @@ QByteArray gzip(const QVector<ReplyEncoding::Part>& parts)
     }
     QByteArray stream;
     stream.reserve(size);
-    stream += gzipHead;
+    stream.append(gzipHead.data(), int(gzipHead.size()));
     for (const ReplyEncoding::Part& one : parts) {
         stream += one.deflated;
         checkSum = quint32(crc32_combine(checkSum, one.checkSum, z_off_t(one.length)));
         length += one.length;
     }
-    stream += lastBlock;
+    stream.append(lastBlock.data(), int(lastBlock.size()));
     stream += littleEndian(checkSum);
     stream += littleEndian(quint32(length));
     return stream.toBase64();

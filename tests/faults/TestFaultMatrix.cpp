@@ -439,6 +439,8 @@ void TestFaultMatrix::outcome()
     state = static_cast<State>(stateRow);
     waited = false;
 
+    QMetaObject::Connection first;
+    const QObject whileHere;
     const QMap<QString, int> objects = census();
     request->prepare(*stage);
     if (QTest::currentTestFailed()) {
@@ -446,10 +448,9 @@ void TestFaultMatrix::outcome()
     }
     server->clear();
     boxes->clear();
-    QMetaObject::Connection first;
     if (request->chained) {
         // In front of the one that is looked at comes another one, which shall go well.
-        first = connect(server.get(), &LoopbackServer::requested, this, [this, &first] {
+        first = connect(server.get(), &LoopbackServer::requested, &whileHere, [this, &first] {
             disconnect(first);
             arm();
         });

@@ -284,7 +284,10 @@ void TestPackages::haveTheirFields()
     QFETCH(QString, pattern);
     const Outcome shown = run(QStringLiteral("dpkg-deb"), {QStringLiteral("-f"), isClient ? client : server, field});
     QCOMPARE(shown.exitCode, 0);
-    QVERIFY2(QRegularExpression(pattern).match(shown.output.trimmed()).hasMatch(), qPrintable(shown.output));
+    // Each row has its own pattern.
+    const QRegularExpression expected(pattern);
+    const auto match = expected.match(shown.output.trimmed()); // clazy:exclude=use-static-qregularexpression
+    QVERIFY2(match.hasMatch(), qPrintable(shown.output));
 }
 
 void TestPackages::holdTheClient()
