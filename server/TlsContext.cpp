@@ -78,7 +78,7 @@ bool useCertificates(SSL_CTX* context, const QString& name, QString& error)
             error = QStringLiteral("the chain of the certificate %1 cannot be used: %2").arg(name, reason());
             return false;
         }
-        next.release();
+        static_cast<void>(next.release()); // it is the context's now
     }
     if (!atEnd()) {
         error = QStringLiteral("the chain of the certificate %1 is damaged").arg(name);
