@@ -440,6 +440,7 @@ void TestFaultMatrix::outcome()
     waited = false;
 
     QMetaObject::Connection first;
+    // Made before objects are counted.
     const QObject whileHere;
     const QMap<QString, int> objects = census();
     request->prepare(*stage);
